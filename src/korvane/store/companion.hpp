@@ -1,0 +1,58 @@
+// The credentials companion: the outside object every business object creates. It receives the
+// credentials after each connection opens, and turns a form's packed field text (DAT_FORM,
+// ";"-separated, in the form's field order) into a field recordset with one named column per
+// field, and back.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "korvane/store/recordset.hpp"
+
+namespace korvane {
+
+enum class FieldKind { Text, Number, Integer, Date };
+
+struct FieldDef {
+  std::string_view name;
+  FieldKind kind;
+};
+
+// The field list of a form code, in packed order; throws Error(errc::kUnknownForm) for a code
+// that has none. "F113304A" and "F113304S" share "F113304"'s list.
+std::span<const FieldDef> fieldList(std::string_view formCode);
+bool hasFieldList(std::string_view formCode) noexcept;
+
+class FieldTextCompanion {
+ public:
+  // First operation of its interface: the component-wide credentials after a connection opens.
+  void setCredentials(const std::string& dataSource, const std::string& userId,
+                      const std::string& password);
+  // Second operation: not used by the business objects; checks that a text fits a form's list
+  // (no more fields than the list has).
+  bool fits(std::string_view formCode, std::string_view packed) const;
+  // Third: one field row per visible row of `rows` (from its current filter), read from its
+  // DAT_FORM column. Empty fields give Null; numbers, integers and dates are converted when
+  // their text reads as one and kept as text otherwise ("0,3" stays "0,3"). Empty identity and
+  // period fields (npwp, MS_PAJAK, TH_PAJAK, KD_PEMBETULAN_KE, NoBukti, NTTP, SEQ) are completed
+  // from the row's own key columns, so a header inserted with empty text still knows its period.
+  // The result is positioned on its first row.
+  RecordsetPtr unpack(std::string_view formCode, const RecordsetPtr& rows) const;
+  // Fourth: the packed text of the field recordset's current row: every column's text joined
+  // with ";" (Null is empty, numbers as number text, dates "DD/MM/YYYY").
+  std::string pack(const RecordsetPtr& fields) const;
+
+  // Packs a single field row given as values in list order (used to build initial texts).
+  static std::string join(std::span<const Variant> values);
+
+  const std::string& dataSource() const noexcept { return dataSource_; }
+  const std::string& userId() const noexcept { return userId_; }
+
+ private:
+  std::string dataSource_;
+  std::string userId_;
+  std::string password_;
+};
+
+}  // namespace korvane
