@@ -95,15 +95,17 @@ class BusinessObject : public Object {
   const std::string& connectionString() const noexcept { return connectionString_; }
   bool connected() const noexcept { return connection_ != nullptr; }
 
+  // Shares another object's open connection and credentials: for the objects one operation
+  // creates inside another (a slip's save drives the slip list and the main return this way).
+  // Hosts connect with pAssignConStr.
+  void attach(const BusinessObject& owner);
+
  protected:
   BusinessObject();
 
   // The hierarchical form, for the classes that open SHAPE commands.
   void assignShapeConnection(const std::string& DataSource, const std::string& UserID,
                              const std::string& password);
-  // Shares another object's open connection (objects that a save creates internally).
-  void attach(const BusinessObject& owner);
-
   // The failure wrapper. Every public operation's body runs inside one of these.
   template <class T, class Body>
   T reported(T fallback, Body&& body) noexcept {

@@ -112,8 +112,11 @@ bool indexKey(const Variant& value, std::string& key) {
       return true;
     case VariantType::String: {
       double number;
+      Date date;
       if (parseNumber(value.toString(), number)) {
         key = "#" + numberText(number);
+      } else if (Date::tryParse(value.toString(), date)) {
+        key = "@" + date.iso();
       } else {
         key = "$" + upper(value.toString());
       }
