@@ -9,4 +9,6 @@
 #include "korvane/store/store.hpp"
 #include "korvane/store/trace.hpp"
 #include "korvane/store/variant.hpp"
+#include "korvane/exchange/export.hpp"
+#include "korvane/forms/main/main_return.hpp"
 #include "korvane/host/registry.hpp"

@@ -26,6 +26,8 @@ Entry entry(const char* progId) {
 const std::vector<Entry>& entries() {
   static const std::vector<Entry> table = {
       entry<CGeneralClass>("Korvane.CGeneralClass"),
+      entry<CF113202>("Korvane.CF113202"),
+      entry<CEksporBP>("Korvane.CEksporBP"),
   };
   return table;
 }

@@ -14,6 +14,11 @@ using TraceHook = std::function<void(std::string_view statement)>;
 void setTraceHook(TraceHook hook);
 
 namespace store {
+// Called with every statement just before it runs. Throwing from it fails the statement as a
+// store failure would: reliability tests use it to fail the k-th statement of an operation.
+using FaultHook = std::function<void(std::string_view statement)>;
+void setFaultHook(FaultHook hook);
+
 void traceStatement(std::string_view statement);
 }  // namespace store
 

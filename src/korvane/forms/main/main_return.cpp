@@ -31,8 +31,8 @@ struct DefaultCommodity {
 
 // What a period gets when the store knows no article-22 commodity yet.
 constexpr DefaultCommodity kDefaultCommodities[] = {
-    {"01", "PREMIX/SUPER TT", "07"}, {"02", "SOLAR", "08"},        {"03", "PREMIUM", "09"},
-    {"04", "MINYAK TANAH", "10"},    {"05", "GAS LPG", "11"},      {"06", "PELUMAS", "12"},
+    {"01", "PREMIX/SUPER TT", "07"}, {"02", "SOLAR", "08"},   {"03", "PREMIUM", "09"},
+    {"04", "MINYAK TANAH", "10"},    {"05", "GAS LPG", "11"}, {"06", "PELUMAS", "12"},
 };
 
 // The oil-and-gas list header of the i-th commodity (from 1): "07", "08", ... "10", "11", ...
@@ -56,12 +56,11 @@ void CF113202::pCreateF113202Hdr(const std::string& sNPWP, const std::string& /*
     const std::string period = " AND MS_PAJAK = " + sql::number(iMsPjk) +
                                " AND TH_PAJAK = " + sql::number(iThPjk) +
                                " AND KD_PEMBETULAN_KE = " + sql::number(iCorrSeq);
-    const std::string keyValues = sql::number(iMsPjk) + ", " + sql::number(iThPjk) + ", " +
-                                  sql::number(iCorrSeq);
+    const std::string keyValues =
+        sql::number(iMsPjk) + ", " + sql::number(iThPjk) + ", " + sql::number(iCorrSeq);
     const std::string recorded = sql::text(dTgl_Rekam.text());
-    const std::string monthYearCorrection = std::to_string(iMsPjk) + ";" +
-                                            std::to_string(iThPjk) + ";" +
-                                            std::to_string(iCorrSeq) + ";";
+    const std::string monthYearCorrection = std::to_string(iMsPjk) + ";" + std::to_string(iThPjk) +
+                                            ";" + std::to_string(iCorrSeq) + ";";
     const std::string identity = sNPWP + ";" + sNmWP + ";" + sAlamat + ";";
     // Lists of a collector carry his identity; anyone else's lists leave it empty.
     const std::string listPrefix =
@@ -71,8 +70,9 @@ void CF113202::pCreateF113202Hdr(const std::string& sNPWP, const std::string& /*
       if (!exists(lookup)) execute(insert);
     };
     auto sspLookup = [&](std::string_view form, std::string_view kind) {
-      return "SELECT * FROM DAT_SSP_PPh22 WHERE NPWP = " + npwp + " AND KD_FORM = " +
-             sql::text(form) + " AND JENIS_DOKUMEN = " + sql::text(kind) + period;
+      return "SELECT * FROM DAT_SSP_PPh22 WHERE NPWP = " + npwp +
+             " AND KD_FORM = " + sql::text(form) + " AND JENIS_DOKUMEN = " + sql::text(kind) +
+             period;
     };
     auto sspInsert = [&](std::string_view form, std::string_view kind, const std::string& text) {
       return "INSERT INTO DAT_SSP_PPh22 VALUES (" + npwp + ", " + sql::text(form) + " , " +
@@ -92,10 +92,9 @@ void CF113202::pCreateF113202Hdr(const std::string& sNPWP, const std::string& /*
     ensureRow("SELECT * FROM DS_FORM_INDUK WHERE NPWP = " + npwp +
                   " AND KD_FORM = 'F113202' AND JENIS_DOKUMEN = " + sql::text(sJnsDok) + period +
                   " AND NOBUKTI = '-' AND KD_JENIS_PAJAK = " + sql::text(sJnsPjk),
-              "INSERT INTO DS_FORM_INDUK VALUES (" + npwp + ", 'F113202' , " +
-                  sql::text(sJnsDok) + ", " + keyValues + ", '-', " + sql::text(sJnsPjk) + ", " +
-                  sql::text(FieldTextCompanion::join(mainFields)) + ", " + recorded +
-                  ", '', '')");
+              "INSERT INTO DS_FORM_INDUK VALUES (" + npwp + ", 'F113202' , " + sql::text(sJnsDok) +
+                  ", " + keyValues + ", '-', " + sql::text(sJnsPjk) + ", " +
+                  sql::text(FieldTextCompanion::join(mainFields)) + ", " + recorded + ", '', '')");
 
     // 2. The slip list: always the taxpayer's own identity.
     ensureRow("SELECT * FROM DS_FORM_INDUK WHERE NPWP = " + npwp +
@@ -119,12 +118,12 @@ void CF113202::pCreateF113202Hdr(const std::string& sNPWP, const std::string& /*
       for (long i = 1; i <= commodities->RecordCount(); ++i) {
         auto row = static_cast<std::size_t>(i - 1);
         auto kind = commodityDocumentKind(i);
-        ensureRow(sspLookup("D113202", kind),
-                  sspInsert("D113202", kind,
-                            listPrefix + commodities->cell(row, static_cast<std::size_t>(name)).text() +
-                                ";" +
-                                commodities->cell(row, static_cast<std::size_t>(rate)).text() +
-                                ";0;0;0;0"));
+        ensureRow(
+            sspLookup("D113202", kind),
+            sspInsert("D113202", kind,
+                      listPrefix + commodities->cell(row, static_cast<std::size_t>(name)).text() +
+                          ";" + commodities->cell(row, static_cast<std::size_t>(rate)).text() +
+                          ";0;0;0;0"));
       }
       return;
     }
@@ -140,12 +139,11 @@ void CF113202::pCreateF113202Hdr(const std::string& sNPWP, const std::string& /*
   });
 }
 
-void CF113202::pGetF113202(const std::string& /*sNPWP*/, std::int16_t NBulan,
-                           std::int16_t NTahun, std::int16_t Pembetulan) {
+void CF113202::pGetF113202(const std::string& /*sNPWP*/, std::int16_t NBulan, std::int16_t NTahun,
+                           std::int16_t Pembetulan) {
   reported([&] {
     auto header = open("SELECT * FROM DS_FORM_INDUK WHERE (KD_FORM ='F113202' AND TH_PAJAK = " +
-                       sql::number(NTahun) +
-                       " AND KD_PEMBETULAN_KE = " + sql::number(Pembetulan) +
+                       sql::number(NTahun) + " AND KD_PEMBETULAN_KE = " + sql::number(Pembetulan) +
                        " AND MS_PAJAK = " + sql::number(NBulan) + ")");
     rs22Hdr(header);
     if (header->RecordCount() >= 1) {
