@@ -11,4 +11,6 @@
 #include "korvane/store/variant.hpp"
 #include "korvane/exchange/export.hpp"
 #include "korvane/forms/main/main_return.hpp"
+#include "korvane/forms/slips/f113303.hpp"
+#include "korvane/forms/slips/slip_list.hpp"
 #include "korvane/host/registry.hpp"

@@ -28,6 +28,10 @@ const std::vector<Entry>& entries() {
       entry<CGeneralClass>("Korvane.CGeneralClass"),
       entry<CF113202>("Korvane.CF113202"),
       entry<CEksporBP>("Korvane.CEksporBP"),
+      entry<CF113303>("Korvane.CF113303"),
+      entry<cd113204>("Korvane.cd113204"),
+      entry<cd113204A>("Korvane.cd113204A"),
+      entry<cd113204S>("Korvane.cd113204S"),
   };
   return table;
 }
