@@ -13,4 +13,6 @@
 #include "korvane/forms/main/main_return.hpp"
 #include "korvane/forms/slips/f113303.hpp"
 #include "korvane/forms/slips/slip_list.hpp"
+#include "korvane/forms/ssp/oil_gas_input.hpp"
+#include "korvane/forms/ssp/oil_gas_list.hpp"
 #include "korvane/host/registry.hpp"

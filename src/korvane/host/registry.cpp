@@ -32,6 +32,9 @@ const std::vector<Entry>& entries() {
       entry<cd113204>("Korvane.cd113204"),
       entry<cd113204A>("Korvane.cd113204A"),
       entry<cd113204S>("Korvane.cd113204S"),
+      entry<CD113202>("Korvane.CD113202"),
+      entry<CInputMigasFinal>("Korvane.CInputMigasFinal"),
+      entry<CInputMigasTdkFinal>("Korvane.CInputMigasTdkFinal"),
   };
   return table;
 }
