@@ -12,6 +12,8 @@
 #include "korvane/exchange/export.hpp"
 #include "korvane/forms/main/main_return.hpp"
 #include "korvane/forms/slips/f113303.hpp"
+#include "korvane/forms/slips/f113304.hpp"
+#include "korvane/forms/slips/f113305.hpp"
 #include "korvane/forms/slips/slip_list.hpp"
 #include "korvane/forms/ssp/oil_gas_input.hpp"
 #include "korvane/forms/ssp/oil_gas_list.hpp"

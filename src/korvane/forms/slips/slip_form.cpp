@@ -1,5 +1,6 @@
 #include "korvane/forms/slips/slip_form.hpp"
 
+#include <vector>
 #include <algorithm>
 
 #include "korvane/forms/main/main_return.hpp"
@@ -335,7 +336,13 @@ void SlipForm::pUpdF113202() {
       field.Value(amount(field.Value()) + moved);
     }
     adjustMainReturn(mainReturn);
+    std::vector<std::pair<Field, Variant>> printed;
+    for (auto name : variant_.mainReturnTextFields) {
+      auto field = form->Fields(name);
+      printed.emplace_back(field, field.Value());
+    }
     mainReturn.pHitPjk3202(0);
+    for (auto& [field, text] : printed) field.Value(text);
     mainReturn.pUpdate();
   });
 }

@@ -56,6 +56,9 @@ struct SlipVariant {
   // What pAssignOldValues remembers besides the number: the basis of every delta.
   std::span<const std::string_view> rememberedFields;
   std::span<const MainReturnLine> mainReturnLines;
+  // Main-return fields the form writes as printed text (a rate "1.88"): they keep that text
+  // through the return's normalisation, which would cut them to whole numbers.
+  std::span<const std::string_view> mainReturnTextFields = {};
 };
 
 class SlipForm : public BusinessObject {
