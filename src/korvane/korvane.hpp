@@ -15,6 +15,8 @@
 #include "korvane/forms/slips/f113304.hpp"
 #include "korvane/forms/slips/f113305.hpp"
 #include "korvane/forms/slips/slip_list.hpp"
+#include "korvane/forms/ssp/import_input.hpp"
+#include "korvane/forms/ssp/import_list.hpp"
 #include "korvane/forms/ssp/oil_gas_input.hpp"
 #include "korvane/forms/ssp/oil_gas_list.hpp"
 #include "korvane/host/registry.hpp"

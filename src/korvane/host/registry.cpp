@@ -39,6 +39,10 @@ const std::vector<Entry>& entries() {
       entry<CD113202>("Korvane.CD113202"),
       entry<CInputMigasFinal>("Korvane.CInputMigasFinal"),
       entry<CInputMigasTdkFinal>("Korvane.CInputMigasTdkFinal"),
+      entry<CD113203>("Korvane.CD113203"),
+      entry<CDPPh22DbyrSdr>("Korvane.CDPPh22DbyrSdr"),
+      entry<CInputPPh22Impor>("Korvane.CInputPPh22Impor"),
+      entry<CInputPPh22DbyrSdr>("Korvane.CInputPPh22DbyrSdr"),
   };
   return table;
 }
@@ -96,7 +100,10 @@ long writeRegistration(bool add) {
       auto path = libraryPath();
       for (const auto& e : entries()) lines.push_back(std::string(e.progId) + "=" + path);
     }
-    std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+    // A bare file name is written where the host runs; there is no folder to make.
+    if (auto folder = std::filesystem::path(file).parent_path(); !folder.empty()) {
+      std::filesystem::create_directories(folder);
+    }
     std::ofstream out(file, std::ios::trunc);
     for (const auto& line : lines) out << line << '\n';
     return out ? 0 : -2147220991;  // SELFREG_E_CLASS

@@ -131,9 +131,13 @@ std::string SspInput::oldOrCurrent(std::string_view name) const {
   return it == names.end() ? field(name).text() : oldValue(name).text();
 }
 
-void SspInput::rememberOldValues() {
+void SspInput::rememberOldValues(std::span<const std::string_view> only) {
   for (std::size_t i = 0; i < variant_.oldValueFields.size(); ++i) {
     const auto name = variant_.oldValueFields[i];
+    if (!only.empty() && std::none_of(only.begin(), only.end(),
+                                      [&](std::string_view n) { return sameName(n, name); })) {
+      continue;
+    }
     auto value = field(name);
     if (sameName(name, "NTTP") && value.isNull()) value = "-";
     oldValues_[i] = value;
@@ -169,8 +173,8 @@ Profile SspInput::readProfile() const {
           rs->Fields("ALAMAT").Value().text()};
 }
 
-std::string SspInput::profileNpwp() const {
-  auto rs = open("SELECT NPWP FROM DAT_PROFILE");
+std::string SspInput::profileNpwp(const std::string& query) const {
+  auto rs = open(query);
   return rs->EndOfFile() ? std::string() : rs->Fields("NPWP").Value().text();
 }
 
@@ -246,14 +250,14 @@ void SspInput::openSlip(const std::string& sNPWP, const std::string& snmForm,
   rs22Form(companion().unpack(form, rs22Hdr()));
 }
 
-void SspInput::zeroNulls() {
-  for (auto name : variant_.zeroWhenNull) {
+void SspInput::zeroNulls(std::span<const std::string_view> only) {
+  for (auto name : only.empty() ? variant_.zeroWhenNull : only) {
     const auto value = field(name);
     if (value.isNull() || value.isEmpty()) field(name, 0.0);
   }
 }
 
-void SspInput::saveSlip() {
+void SspInput::saveSlip(const std::string& profileQuery) {
   const std::string form(route().formCode);
   const std::string document(route().documentKind);
   const auto condition = keyCondition(field("npwp").text(), form, document, "112", oldKey());
@@ -263,7 +267,7 @@ void SspInput::saveSlip() {
   auto stored = open("SELECT * FROM DAT_SSP_PPh22 WHERE " + condition);
   // A slip whose row pCreateHdr already made is written into that row, not added twice.
   if (adding() && stored->EndOfFile()) {
-    const auto npwp = profileNpwp();
+    const auto npwp = profileNpwp(profileQuery);
     const auto today = Date::today().text();
     stored->AddNew();
     stored->Fields("NPWP").Value(npwp);
@@ -299,14 +303,14 @@ void SspInput::deleteRow(const std::string& sNPWP, const std::string& snmForm,
 
 void SspInput::deleteSlip(const std::string& sNPWP, const std::string& snmForm,
                           const std::string& sJnsDok, const std::string& sJnsPjk,
-                          const SlipKey& key) {
+                          const SlipKey& key, std::span<const std::string_view> oldValues) {
   const auto form = formCode(snmForm);
   const auto document = documentKind(sJnsDok);
   rs22Hdr(open("SELECT * FROM DAT_SSP_PPh22 WHERE " +
                keyCondition(sNPWP, form, document, sJnsPjk, key)));
   rs22Form(companion().unpack(form, rs22Hdr()));
   // The list and the return lose what the slip had; a slip that is not there fails here.
-  rememberOldValues();
+  rememberOldValues(oldValues);
   if (!rs22Hdr()->EndOfFile()) {
     execute("DELETE * FROM DAT_SSP_PPh22 WHERE " +
             parenthesisedKeys(sNPWP, form, document, key.month, key.year, key.correction, key.nttp,
@@ -336,7 +340,7 @@ double SspInput::maxSeqNo(std::int16_t iMsPjk, std::int16_t iThPjk, std::int16_t
   return rs->Fields("MaxOfSeqNo").Value().toDouble() + 1;
 }
 
-void SspInput::adjustMainReturn() {
+void SspInput::adjustMainReturn(const SspRoute& moved) {
   const auto npwp = profileNpwp();
   const auto key = currentKey();
   CF113202 mainReturn;
@@ -348,7 +352,7 @@ void SspInput::adjustMainReturn() {
                 "Object variable not set: the main return has not been loaded.");
   }
   // New minus old; on deletion the new amounts count as 0. On adding the old ones are 0.
-  for (const auto& line : route().returnLines) {
+  for (const auto& line : moved.returnLines) {
     auto column = lines->Fields(line.returnColumn);
     const double stored = numeric(column.Value());
     if (deleting()) {
@@ -357,7 +361,7 @@ void SspInput::adjustMainReturn() {
       column.Value(stored - oldAmount(line.slipField) + amount(line.slipField));
     }
   }
-  if (route().countsInReturn) {
+  if (moved.countsInReturn) {
     auto count = lines->Fields("c2");
     if (adding()) count.Value(numeric(count.Value()) + 1);
     if (deleting()) count.Value(numeric(count.Value()) - 1);

@@ -98,15 +98,16 @@ class SspInput : public BusinessObject {
   SlipKey currentKey() const;
   SlipKey oldKey() const;
 
-  // Old values (pAssignOldValues).
-  void rememberOldValues();
+  // Old values (pAssignOldValues). With `only`, just those of the kept fields are taken again and
+  // the others stay as they were.
+  void rememberOldValues(std::span<const std::string_view> only = {});
   Variant oldValue(std::string_view name) const;
   double oldAmount(std::string_view name) const;
 
   std::string keyPattern(const SlipKey& key) const;
   // "SELECT NPWP,NAMA_WP_PROFILE,ALAMAT FROM DAT_PROFILE" and "SELECT NPWP FROM DAT_PROFILE".
   Profile readProfile() const;
-  std::string profileNpwp() const;
+  std::string profileNpwp(const std::string& query = "SELECT NPWP FROM DAT_PROFILE") const;
 
   // The shared contracts; each public operation of an input class runs one of these.
   void createSlip(const std::string& sNPWP, const std::string& snmForm, const std::string& sJnsDok,
@@ -116,23 +117,28 @@ class SspInput : public BusinessObject {
                   const std::string& strPenjualan, const std::string& strJenisWP);
   void openSlip(const std::string& sNPWP, const std::string& snmForm, const std::string& sJnsDok,
                 const std::string& sNoBukti, const std::string& sJnsPjk, const SlipKey& key);
-  void zeroNulls();
+  // Null becomes 0 in the variant's fields, or in `only` of them.
+  void zeroNulls(std::span<const std::string_view> only = {});
   // Writes the open row under its new key: a new row when adding and the old key finds none,
-  // otherwise the stored row found by the old key is moved to the new one.
-  void saveSlip();
+  // otherwise the stored row found by the old key is moved to the new one. A new row takes its
+  // NPWP from the first row of profileQuery.
+  void saveSlip(const std::string& profileQuery = "SELECT NPWP FROM DAT_PROFILE");
   void deleteRow(const std::string& sNPWP, const std::string& snmForm, const std::string& sJnsDok,
                  std::int16_t iMsPjk, std::int16_t iThPjk, std::int16_t iCorrSeq,
                  const std::string& sNoBukti, const std::string& sJnsPjk);
-  // Opens the slip the key names, remembers its amounts and deletes its row; the caller then
-  // removes its list line and carries the deletion on with the deleting flag set.
+  // Opens the slip the key names, remembers its amounts (all, or `oldValues` of them) and deletes
+  // its row; the caller then removes its list line and carries the deletion on with the deleting
+  // flag set.
   void deleteSlip(const std::string& sNPWP, const std::string& snmForm, const std::string& sJnsDok,
-                  const std::string& sJnsPjk, const SlipKey& key);
+                  const std::string& sJnsPjk, const SlipKey& key,
+                  std::span<const std::string_view> oldValues = {});
   RecordsetPtr checkNttp(const std::string& sNPWP, std::int16_t iThPjk, const std::string& strNTTP,
                          std::int16_t iMsPjk, std::int16_t iKdPembetulan);
   double maxSeqNo(std::int16_t iMsPjk, std::int16_t iThPjk, std::int16_t KdP, std::int16_t iCollNo);
   // Moves the main return of the open slip's period by the route's lines and its SSP count,
-  // then recomputes and saves it.
-  void adjustMainReturn();
+  // then recomputes and saves it; `moved` names another route whose lines to move.
+  void adjustMainReturn() { adjustMainReturn(route()); }
+  void adjustMainReturn(const SspRoute& moved);
 
  private:
   // NPWP, the route's codes, the period, NOBUKTI, KD_JENIS_PAJAK and the key pattern.
