@@ -1,56 +1,50 @@
-// The korvane command: a host for accountants and scripts that drives the public classes.
-#include <CLI/CLI.hpp>
-
-#include <filesystem>
+// The korvane command: a host for accountants and scripts. It drives the component's public
+// classes as a desktop host does (created by identifier, connected with pAssignConStr, called
+// in the order their interfaces ask for) and holds no tax logic of its own.
+//
+// Exit codes: 0 done; 1 a failure (the component's message, or the tool's, on standard
+// error); 2 a command line that names no valid command or flag.
 #include <iostream>
 
-#include "korvane/korvane.hpp"
-
-namespace {
-
-int runDemo(const std::string& path) {
-  namespace fs = std::filesystem;
-  auto store = path.empty() ? (fs::temp_directory_path() / "korvane-demo.db").string() : path;
-  std::error_code ec;
-  fs::remove(store, ec);
-  korvane::store::createStore(store);
-  std::cout << "Created the embedded store " << store << "\n";
-  auto general = korvane::CreateObjectAs<korvane::CGeneralClass>("Korvane.CGeneralClass");
-  general->pAssignConStr(store, "", "");
-  auto rates = general->pGetRecordDbase(
-      "SELECT KODE_FORM, ITEM_PENGHASILAN, TARIF_JML_BRUTO FROM SETTING_TARIF_PPH "
-      "ORDER BY KODE_FORM, ITEM_PENGHASILAN");
-  if (!rates) return 1;
-  std::cout << "Article-22 rates it starts with:\n";
-  for (; !rates->EndOfFile(); rates->MoveNext()) {
-    std::cout << "  " << rates->Fields("KODE_FORM").Value().text() << " "
-              << rates->Fields("ITEM_PENGHASILAN").Value().text() << " "
-              << rates->Fields("TARIF_JML_BRUTO").Value().text() << "%\n";
-  }
-  return 0;
-}
-
-}  // namespace
+#include "cli11.hpp"
+#include "commands.hpp"
+#include "host.hpp"
 
 int main(int argc, char** argv) {
-  CLI::App app{"korvane - prepares the monthly article-22 income-tax return"};
+  using namespace korvane::cli;
+  Reporter::install();
+
+  CLI::App app{"korvane - prepares the monthly article-22 income-tax return (SPT Masa PPh 22)",
+               "korvane"};
   app.require_subcommand(1);
-  std::string demoStore;
-  auto demo = app.add_subcommand("demo", "Prepare a whole return on a new embedded store");
-  demo->add_option("--store", demoStore, "Path of the store to create (default: a temporary file)");
-  std::string initStore;
-  auto init = app.add_subcommand("init", "Create an embedded store");
-  init->add_option("store", initStore, "Path of the new store")->required();
-  CLI11_PARSE(app, argc, argv);
+  app.footer(
+      "Every command names its store with --store PATH (an embedded file) or --store DSN with\n"
+      "--user and --password (an ODBC data source); $KORVANE_STORE is used when --store is\n"
+      "left out. `korvane demo` shows a whole return being prepared.");
+  addStoreCommands(app);
+  addSlipCommands(app);
+  addSspCommands(app);
+  addReturnCommands(app);
+  addExchangeCommands(app);
+  addDemoCommand(app);
+
   try {
-    if (*demo) return runDemo(demoStore);
-    if (*init) {
-      korvane::store::createStore(initStore);
-      std::cout << "Created " << initStore << "\n";
-    }
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    const int code = app.exit(e);
+    return code == 0 ? 0 : kExitUsage;
+  } catch (const UsageError& e) {
+    std::cout.flush();
+    std::cerr << "korvane: " << e.what() << "\nRun with --help for more information.\n";
+    return kExitUsage;
+  } catch (const CommandFailed&) {
+    return kExitFailure;
   } catch (const korvane::Error& e) {
-    std::cerr << "korvane: " << e.description() << "\n";
-    return 1;
+    Reporter::fail(e.description());
+    return kExitFailure;
+  } catch (const std::exception& e) {
+    Reporter::fail(e.what());
+    return kExitFailure;
   }
-  return 0;
+  return Reporter::failures() > 0 ? kExitFailure : 0;
 }

@@ -53,10 +53,7 @@ class ExportTest : public testing::StoreTest {
     CEksporBP exporter;
     exporter.pAssignConStr(store(), "", "");
     exporter.pEksporPPh(kNpwp, article, "5", "2013", 0, folder().string() + "/", jenisWp);
-    std::ifstream file(folder() / "Ravelin.CSV", std::ios::binary);
-    std::stringstream content;
-    content << file.rdbuf();
-    auto text = content.str();
+    auto text = testing::fileText(folder() / "Ravelin.CSV");
     EXPECT_TRUE(text.size() >= 2 && text.substr(text.size() - 2) == "\r\n");
     auto lines = split(text, "\r\n");
     lines.pop_back();  // after the last CR LF

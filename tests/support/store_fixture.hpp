@@ -1,5 +1,11 @@
-// Every test gets a fresh embedded store in a temporary folder and a message-box service that
-// records instead of showing. The folder is removed afterwards.
+// Every test gets a fresh store with the reference data and a message-box service that records
+// instead of showing. Which store is chosen by KORVANE_TEST_STORE:
+//   unset or "sqlite"  a new embedded file in a temporary folder (removed afterwards);
+//   "odbc-sqlite"      a new SQLite file reached through an ODBC data source of a temporary
+//                      odbc.ini;
+//   "postgresql", "mariadb"
+//                      the data source KORVANE_TEST_DSN (KORVANE_TEST_USER, KORVANE_TEST_PASSWORD),
+//                      whose tables are dropped and created again before each test.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,14 +20,31 @@
 
 namespace korvane::testing {
 
+enum class TestStore { Embedded, OdbcSqlite, PostgreSQL, MariaDB };
+
+// The store this run of the tests uses (from KORVANE_TEST_STORE).
+TestStore testStore();
+const char* testStoreName(TestStore store) noexcept;
+
+// A file's whole content, byte for byte ("" when it cannot be read).
+std::string fileText(const std::filesystem::path& path);
+
 class StoreTest : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
 
-  // Path of the store (a DataSource the objects accept).
+  // The DataSource the objects accept: the file's path, or the DSN's name.
   const std::string& store() const { return store_; }
+  // A temporary folder of the test's own, for files (removed afterwards).
   const std::filesystem::path& folder() const { return folder_; }
+  // User and password that go with store() (empty for the embedded store).
+  const std::string& user() const { return user_; }
+  const std::string& password() const { return password_; }
+  // Which kind of store this run uses; tests about the embedded file alone (its creation, WAL)
+  // skip on the others: if (!embeddedStore()) GTEST_SKIP() << "embedded store only";
+  TestStore storeKind() const { return kind_; }
+  bool embeddedStore() const { return kind_ == TestStore::Embedded; }
 
   // Messages shown since the test began (or since clearMessages()).
   const std::vector<MessageBoxRequest>& messages() const { return *messages_; }
@@ -30,14 +53,14 @@ class StoreTest : public ::testing::Test {
   // Direct store access that bypasses the objects: for arranging rows and checking results.
   void exec(const std::string& sql);
   RecordsetPtr query(const std::string& sql);
-  long count(const std::string& sql);  // a SELECT COUNT(*) ... as a number
-  Variant scalar(const std::string& sql);       // first column of the first row (Null if none)
+  long count(const std::string& sql);      // a SELECT COUNT(*) ... as a number
+  Variant scalar(const std::string& sql);  // first column of the first row (Null if none)
 
   // Creates an object by its class and connects it to the test store.
   template <class T>
   std::shared_ptr<T> connected() {
     auto object = std::make_shared<T>();
-    object->pAssignConStr(store_, "", "");
+    object->pAssignConStr(store_, user_, password_);
     return object;
   }
 
@@ -46,8 +69,11 @@ class StoreTest : public ::testing::Test {
   void insertProfile(const std::string& jenisWp = "Pemungut");
 
  private:
+  TestStore kind_ = TestStore::Embedded;
   std::filesystem::path folder_;
   std::string store_;
+  std::string user_;
+  std::string password_;
   std::shared_ptr<std::vector<MessageBoxRequest>> messages_;
   std::shared_ptr<store::Connection> direct_;
 };

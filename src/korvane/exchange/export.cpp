@@ -1,12 +1,17 @@
 #include "korvane/exchange/export.hpp"
 
 #include <fstream>
+#include <map>
+#include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include "korvane/store/companion.hpp"
 #include "korvane/store/error.hpp"
 #include "korvane/store/message_box.hpp"
 #include "korvane/store/sql.hpp"
+#include "korvane/store/text.hpp"
 
 namespace korvane {
 namespace exchange {
@@ -158,16 +163,6 @@ std::string trimmed(const Variant& value) {
   return text.substr(begin, end - begin + 1);
 }
 
-// Filter literals double their quotes (the Filter language, not SQL).
-std::string filterText(const std::string& value) {
-  std::string out = "'";
-  for (char c : value) {
-    out += c;
-    if (c == '\'') out += '\'';
-  }
-  return out + "'";
-}
-
 // A month or year arrives as text and is spliced into the statement as a number: it must be one.
 std::string periodNumber(const std::string& text) { return sql::number(Variant(text).toInt16()); }
 
@@ -238,37 +233,77 @@ void CEksporBP::pEksporPPh(const std::string& sNPWP, std::int16_t iKodePasal,
     const auto datForm = static_cast<std::size_t>(rows->columnIndex("DAT_FORM"));
     const std::string periodCells = ";" + periodNumber(sMsPjk) + ";" + periodNumber(sThPjk) +
                                     ";" + sql::number(iKdPembetulan) + ";";
+
+    // A row is exported with the fields of the first row of its key (its form and number, for
+    // an SSP also its packed text), compared as the Filter language compares text: a slip
+    // stored twice under one number exports the first one's fields twice. A row whose number
+    // is missing exports its own fields.
+    const auto keyOf = [&](std::size_t row, const RowForm& form) -> std::optional<std::string> {
+      const Variant& number = rows->cell(row, noBukti);
+      if (number.isNull() || number.isEmpty()) return std::nullopt;
+      std::string key(form.formCode);
+      key += '\x1f';
+      key += upperAscii(number.text());
+      if (!form.slip) {
+        key += '\x1f';
+        key += upperAscii(rows->cell(row, datForm).text());
+      }
+      return key;
+    };
+    std::unordered_map<std::string, std::size_t> firstOfKey;
+    firstOfKey.reserve(static_cast<std::size_t>(selected));
+
+    // Per form: its reader and where each cell's field sits in the form's list.
+    struct FormReader {
+      PackedRowReader reader;
+      std::vector<long> positions;
+    };
+    std::map<std::string_view, FormReader> readers;
+    const auto readerFor = [&](const RowForm& form) -> FormReader& {
+      auto found = readers.find(form.formCode);
+      if (found != readers.end()) return found->second;
+      FormReader made{PackedRowReader(form.formCode, *rows), {}};
+      for (const auto& cell : form.cells) {
+        static constexpr std::string_view kCollected[] = {"NPWPLT", "NMWPLT", "ALMLT"};
+        static constexpr std::string_view kOwn[] = {"npwp", "NmWP", "ALM"};
+        std::string_view name;
+        if (cell.kind == Cell::Kind::Field) name = cell.field;
+        if (cell.kind == Cell::Kind::Party) {
+          name = collector ? kCollected[cell.party] : kOwn[cell.party];
+        }
+        long position = -1;
+        if (!name.empty()) {
+          position = made.reader.fieldIndex(name);
+          if (position < 0) {
+            throw Error(errc::kItemNotFound,
+                        "Item cannot be found in the collection corresponding to the requested "
+                        "name or ordinal.");
+          }
+        }
+        made.positions.push_back(position);
+      }
+      return readers.emplace(form.formCode, std::move(made)).first->second;
+    };
+
     std::string line;
+    std::vector<Variant> fields;
     for (long i = 0; i < selected; ++i) {
       const auto row = static_cast<std::size_t>(i);
       const std::string code = rows->cell(row, kdForm).text();
       const RowForm* form = findRowForm(code);
       if (!form) continue;
-      std::string criteria = "KD_FORM = " + filterText(code) +
-                             " AND NOBUKTI = " + filterText(rows->cell(row, noBukti).text());
-      if (!form->slip) criteria += " AND DAT_FORM = " + filterText(rows->cell(row, datForm).text());
-      rows->Filter(criteria);
-      auto fields = companion().unpack(code, rows);
-      rows->Filter("");
+      std::size_t source = row;
+      if (auto key = keyOf(row, *form)) source = firstOfKey.try_emplace(*key, row).first->second;
+      FormReader& formReader = readerFor(*form);
+      formReader.reader.read(source, fields);
 
       line = code + periodCells;
-      for (const auto& cell : form->cells) {
-        switch (cell.kind) {
-          case Cell::Kind::Field:
-            line += trimmed(fields->Fields(cell.field).Value());
-            break;
-          case Cell::Kind::Zero:
-            line += '0';
-            break;
-          case Cell::Kind::Blank:
-            break;
-          case Cell::Kind::Party: {
-            static constexpr std::string_view kCollected[] = {"NPWPLT", "NMWPLT", "ALMLT"};
-            static constexpr std::string_view kOwn[] = {"npwp", "NmWP", "ALM"};
-            auto name = collector ? kCollected[cell.party] : kOwn[cell.party];
-            line += trimmed(fields->Fields(name).Value());
-            break;
-          }
+      for (std::size_t c = 0; c < form->cells.size(); ++c) {
+        const long position = formReader.positions[c];
+        if (position >= 0) {
+          line += trimmed(fields[static_cast<std::size_t>(position)]);
+        } else if (form->cells[c].kind == Cell::Kind::Zero) {
+          line += '0';
         }
         line += ';';
       }

@@ -28,6 +28,7 @@ const std::vector<Entry>& entries() {
       entry<CGeneralClass>("Korvane.CGeneralClass"),
       entry<CF113202>("Korvane.CF113202"),
       entry<CEksporBP>("Korvane.CEksporBP"),
+      entry<CImporBP>("Korvane.CImporBP"),
       entry<CF113303>("Korvane.CF113303"),
       entry<CF113304>("Korvane.CF113304"),
       entry<CF113304A>("Korvane.CF113304A"),
@@ -149,10 +150,11 @@ long DllUnregisterServer() { return korvane::writeRegistration(false); }
 long DllGetClassObject(const char* progId, void** factory) {
   if (!factory) return -2147467261;  // E_POINTER
   *factory = nullptr;
-  if (!progId) return -2147221231;   // CLASS_E_CLASSNOTAVAILABLE
+  if (!progId) return -2147221231;  // CLASS_E_CLASSNOTAVAILABLE
   auto found = korvane::findFactory(progId);
   if (!found) return -2147221231;
-  *factory = const_cast<void*>(static_cast<const void*>(static_cast<const korvane::ClassFactory*>(found)));
+  *factory =
+      const_cast<void*>(static_cast<const void*>(static_cast<const korvane::ClassFactory*>(found)));
   return 0;
 }
 

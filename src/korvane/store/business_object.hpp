@@ -106,9 +106,11 @@ class BusinessObject : public Object {
   // The hierarchical form, for the classes that open SHAPE commands.
   void assignShapeConnection(const std::string& DataSource, const std::string& UserID,
                              const std::string& password);
-  // The failure wrapper. Every public operation's body runs inside one of these.
+  // The failure wrapper. Every public operation's body runs inside one of these. Not noexcept:
+  // inside another operation of the component the failure travels on to the outermost one,
+  // which is the only place that catches it for good.
   template <class T, class Body>
-  T reported(T fallback, Body&& body) noexcept {
+  T reported(T fallback, Body&& body) {
     detail::OperationScope scope;
     try {
       return std::forward<Body>(body)();
@@ -118,7 +120,7 @@ class BusinessObject : public Object {
     return fallback;
   }
   template <class Body>
-  void reported(Body&& body) noexcept {
+  void reported(Body&& body) {
     detail::OperationScope scope;
     try {
       std::forward<Body>(body)();
@@ -127,7 +129,7 @@ class BusinessObject : public Object {
     }
   }
   template <class T, class Body>
-  T silent(T fallback, Body&& body) noexcept {
+  T silent(T fallback, Body&& body) {
     detail::OperationScope scope;
     try {
       return std::forward<Body>(body)();

@@ -8,9 +8,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
+#include <utility>
 #include <vector>
 
 #include "korvane/store/error.hpp"
+#include "korvane/store/text.hpp"
 
 namespace korvane {
 namespace {
@@ -198,12 +201,7 @@ const FormFields* findForm(std::string_view formCode) noexcept {
   return nullptr;
 }
 
-bool sameName(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::toupper(static_cast<unsigned char>(x)) ==
-                  std::toupper(static_cast<unsigned char>(y));
-         });
-}
+constexpr auto sameName = equalsIgnoringCase;
 
 Variant readField(std::string_view text, FieldKind kind) {
   if (text.empty()) return Null;
@@ -268,49 +266,115 @@ bool FieldTextCompanion::fits(std::string_view formCode, std::string_view packed
   return fields <= form->fields.size();
 }
 
-RecordsetPtr FieldTextCompanion::unpack(std::string_view formCode, const RecordsetPtr& rows) const {
+PackedFieldReader::PackedFieldReader(std::string_view formCode,
+                                     std::span<const std::string_view> names) {
   auto fields = fieldList(formCode);
-  std::vector<std::string> names;
-  names.reserve(fields.size());
-  for (const auto& field : fields) names.emplace_back(field.name);
-  auto result = std::make_shared<Recordset>(names);
-  if (!rows) return result;
+  for (std::size_t slot = 0; slot < names.size(); ++slot) {
+    auto field = std::find_if(fields.begin(), fields.end(),
+                              [&](const FieldDef& f) { return sameName(f.name, names[slot]); });
+    if (field == fields.end()) {
+      throw Error(errc::kItemNotFound,
+                  "Item cannot be found in the collection corresponding to the requested name or "
+                  "ordinal.");
+    }
+    wanted_.push_back({static_cast<std::size_t>(field - fields.begin()), slot, field->kind});
+  }
+  std::sort(wanted_.begin(), wanted_.end(),
+            [](const Wanted& a, const Wanted& b) { return a.field < b.field; });
+}
 
-  auto datForm = rows->columnIndex("DAT_FORM");
+void PackedFieldReader::read(std::string_view packed, std::span<Variant> out) const {
+  std::size_t field = 0;
+  std::string_view rest = packed;
+  for (const auto& wanted : wanted_) {
+    for (; field < wanted.field && !rest.empty(); ++field) {
+      auto end = rest.find(';');
+      rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+    }
+    field = wanted.field;
+    out[wanted.slot] = readField(rest.substr(0, rest.find(';')), wanted.kind);
+  }
+}
+
+namespace {
+
+// The column names of a form's field rows, made once for every list.
+const std::vector<std::string>& columnNames(std::span<const FieldDef> fields) {
+  static const auto made = [] {
+    std::map<const FieldDef*, std::vector<std::string>> names;
+    for (const auto& form : kForms) {
+      auto& list = names[form.fields.data()];
+      if (list.empty()) {
+        for (const auto& field : form.fields) list.emplace_back(field.name);
+      }
+    }
+    return names;
+  }();
+  return made.at(fields.data());
+}
+
+}  // namespace
+
+PackedRowReader::PackedRowReader(std::string_view formCode, const Recordset& rows)
+    : fields_(fieldList(formCode)), rows_(rows) {
+  auto datForm = rows.columnIndex("DAT_FORM");
   if (datForm < 0) {
     throw Error(errc::kItemNotFound,
                 "Item cannot be found in the collection corresponding to the requested name or "
                 "ordinal.");
   }
+  datForm_ = static_cast<std::size_t>(datForm);
   // Which key fields this list has, and where the rows keep them.
-  std::vector<std::pair<std::size_t, long>> keys;
   for (const auto& source : kKeySources) {
-    auto column = rows->columnIndex(source.column);
+    auto column = rows.columnIndex(source.column);
     if (column < 0) continue;
-    for (std::size_t f = 0; f < fields.size(); ++f) {
-      if (sameName(fields[f].name, source.field)) keys.emplace_back(f, column);
+    for (std::size_t f = 0; f < fields_.size(); ++f) {
+      if (sameName(fields_[f].name, source.field)) {
+        keys_.emplace_back(f, static_cast<std::size_t>(column));
+      }
     }
   }
+}
 
-  std::vector<Variant> values(fields.size());
+long PackedRowReader::fieldIndex(std::string_view name) const {
+  for (std::size_t f = 0; f < fields_.size(); ++f) {
+    if (sameName(fields_[f].name, name)) return static_cast<long>(f);
+  }
+  return -1;
+}
+
+void PackedRowReader::read(std::size_t row, std::vector<Variant>& values) const {
+  values.assign(fields_.size(), Variant());
+  const auto& packedValue = rows_.cell(row, datForm_);
+  std::string copy;
+  const std::string* text = packedValue.textIf();
+  if (!text) {
+    copy = packedValue.text();
+    text = &copy;
+  }
+  std::string_view rest = *text;
+  for (std::size_t f = 0; f < fields_.size(); ++f) {
+    auto end = rest.find(';');
+    auto piece = rest.substr(0, end);
+    values[f] = readField(piece, fields_[f].kind);
+    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+  }
+  for (const auto& [field, column] : keys_) {
+    if (!values[field].isNull()) continue;
+    const auto& key = rows_.cell(row, column);
+    if (key.isNull() || key.isEmpty() || key.text() == "-") continue;
+    values[field] = readField(key.text(), fields_[field].kind);
+  }
+}
+
+RecordsetPtr FieldTextCompanion::unpack(std::string_view formCode, const RecordsetPtr& rows) const {
+  auto result = std::make_shared<Recordset>(columnNames(fieldList(formCode)));
+  if (!rows) return result;
+  const PackedRowReader reader(formCode, *rows);
+  std::vector<Variant> values;
   for (long r = 0; r < rows->RecordCount(); ++r) {
-    auto row = static_cast<std::size_t>(r);
-    const auto& packedValue = rows->cell(row, static_cast<std::size_t>(datForm));
-    std::string packed = packedValue.text();
-    std::string_view rest = packed;
-    for (std::size_t f = 0; f < fields.size(); ++f) {
-      auto end = rest.find(';');
-      auto piece = rest.substr(0, end);
-      values[f] = readField(piece, fields[f].kind);
-      rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
-    }
-    for (const auto& [field, column] : keys) {
-      if (!values[field].isNull()) continue;
-      const auto& key = rows->cell(row, static_cast<std::size_t>(column));
-      if (key.isNull() || key.isEmpty() || key.text() == "-") continue;
-      values[field] = readField(key.text(), fields[field].kind);
-    }
-    result->appendRow(values);
+    reader.read(static_cast<std::size_t>(r), values);
+    result->appendRow(std::move(values));
   }
   result->MoveFirst();
   return result;

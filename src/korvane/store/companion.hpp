@@ -7,6 +7,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "korvane/store/recordset.hpp"
 
@@ -23,6 +25,46 @@ struct FieldDef {
 // that has none. "F113304A" and "F113304S" share "F113304"'s list.
 std::span<const FieldDef> fieldList(std::string_view formCode);
 bool hasFieldList(std::string_view formCode) noexcept;
+
+// Reads chosen fields of packed texts as unpack reads them (empty fields Null, numbers and dates
+// converted when their text reads as one), without building a field row per text: for walks
+// over every slip of a period that need a few amounts of each.
+class PackedFieldReader {
+ public:
+  // Throws Error(errc::kItemNotFound) for a name the form's list lacks (names compare ignoring
+  // case) and Error(errc::kUnknownForm) for a code without a list.
+  PackedFieldReader(std::string_view formCode, std::span<const std::string_view> names);
+  // The named fields of one packed text, in the order of the names.
+  void read(std::string_view packed, std::span<Variant> out) const;
+
+ private:
+  struct Wanted {
+    std::size_t field;  // position in the packed text
+    std::size_t slot;   // position in the output
+    FieldKind kind;
+  };
+  std::vector<Wanted> wanted_;  // by position in the packed text
+};
+
+// Reads whole rows of a recordset of stored rows as unpack does (every field of the list, empty
+// key fields completed from the row's key columns), one row at a time: for walks that need the
+// fields of some rows without a field recordset for each. Keeps a reference to `rows`.
+class PackedRowReader {
+ public:
+  // Throws Error(errc::kUnknownForm) for a code without a list and Error(errc::kItemNotFound)
+  // when the rows have no DAT_FORM column.
+  PackedRowReader(std::string_view formCode, const Recordset& rows);
+  // The position of a field in the list (names compare ignoring case), or -1.
+  long fieldIndex(std::string_view name) const;
+  // The fields of the row at `row` among the visible rows, in list order.
+  void read(std::size_t row, std::vector<Variant>& values) const;
+
+ private:
+  std::span<const FieldDef> fields_;
+  const Recordset& rows_;
+  std::size_t datForm_ = 0;
+  std::vector<std::pair<std::size_t, std::size_t>> keys_;  // field, column
+};
 
 class FieldTextCompanion {
  public:

@@ -17,6 +17,8 @@ class session;
 
 namespace korvane::store {
 
+class EmbeddedStore;
+
 // "PROVIDER=MSDASQL;dsn=...;uid=...;pwd=...;" taken apart: keys compare case-insensitively,
 // ";" separates, nothing is quoted (a ";" inside a value ends it there).
 class ConnectionString {
@@ -61,12 +63,25 @@ class Connection {
   // write-back); returns the number of rows affected.
   long long executeWithParameters(const std::string& sql, const std::vector<Variant>& values);
 
+  // A transaction around a recordset's batch write-back, so that a conflict part-way leaves
+  // the store as it was. rollback() never throws: it runs while another failure is under way.
+  // A begin() inside another opens a savepoint; its commit() or rollback() ends only that.
+  void begin();
+  void commit();
+  void rollback() noexcept;
+  bool inTransaction() const noexcept { return depth_ > 0; }
+
  private:
   Connection() = default;
   std::string prepare(const std::string& sql);
+  static std::string savepointName(int depth);
+  void executeDirectly(const std::string& sql);
 
   std::unique_ptr<soci::session> session_;
+  // Reads and writes an embedded store directly; destroyed before the session it runs on.
+  std::unique_ptr<EmbeddedStore> embedded_;
   Dialect dialect_ = Dialect::SQLite;
+  int depth_ = 0;  // open transactions: the outermost, then savepoints
 };
 
 }  // namespace korvane::store

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "korvane/store/error.hpp"
+#include "korvane/store/text.hpp"
 
 namespace korvane::store {
 
@@ -16,8 +17,6 @@ constexpr int kMaxNesting = 200;
 
 constexpr const char* kItemNotFoundText =
     "Item cannot be found in the collection corresponding to the requested name or ordinal.";
-
-char lowerAscii(char c) noexcept { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
 
 bool isNameChar(char c) noexcept {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';

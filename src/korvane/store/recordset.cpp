@@ -7,18 +7,19 @@
 #include "korvane/store/connection.hpp"
 #include "korvane/store/error.hpp"
 #include "korvane/store/filter.hpp"
+#include "korvane/store/schema.hpp"
 #include "korvane/store/shape.hpp"
+#include "korvane/store/text.hpp"
 
 namespace korvane {
 namespace {
 
 enum class RowState { Unchanged, New, Modified };
 
-std::string upper(std::string_view text) {
-  std::string out(text);
-  for (auto& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return out;
-}
+// ASCII only, as the filter compares text.
+constexpr auto sameNameIgnoringCase = equalsIgnoringCase;
+
+std::string upper(std::string_view value) { return upperAscii(value); }
 
 [[noreturn]] void noCurrentRecord() {
   throw Error(errc::kNoCurrentRecord,
@@ -94,13 +95,17 @@ std::string updatableTable(std::string_view sql) {
   for (const auto& word : w) {
     if (word == "JOIN" || word == "UNION") return {};
   }
-  // Keep the spelling the statement used.
+  // The write-back statements bypass the dialect layer, so they name a known table as the
+  // schema spells it (servers may compare table names case-sensitively); others as written.
+  if (auto known = store::findTable(w[tablePos])) return std::string(known->name);
   auto pos = upper(sql).find(w[tablePos], upper(sql).find("FROM"));
   return std::string(sql.substr(pos, w[tablePos].size()));
 }
 
 // Key under which a value is filed in an equality index: the same for any two values the
-// filter's "=" finds equal (numbers and numeric text numerically, text case-insensitively).
+// filter's "=" finds equal (numbers and numeric text numerically, text case-insensitively, a
+// date and a number by the date's serial). Values the filter finds unequal may share a key: the
+// filter tests every row of a bucket.
 bool indexKey(const Variant& value, std::string& key) {
   switch (value.type()) {
     case VariantType::Empty:
@@ -108,17 +113,25 @@ bool indexKey(const Variant& value, std::string& key) {
     case VariantType::Recordset:
       return false;
     case VariantType::Date:
-      key = "@" + value.toDate().iso();
+      if (!value.toDate().valid()) {
+        key = "$" + value.text();
+        for (char& c : key) c = upperAscii(c);
+        return true;
+      }
+      key = "#" + numberText(value.toDouble());
       return true;
     case VariantType::String: {
+      const std::string& text = *value.textIf();
       double number;
       Date date;
-      if (parseNumber(value.toString(), number)) {
+      if (parseNumber(text, number)) {
         key = "#" + numberText(number);
-      } else if (Date::tryParse(value.toString(), date)) {
-        key = "@" + date.iso();
+      } else if (Date::tryParse(text, date)) {
+        key = "#" + numberText(Variant(date).toDouble());
       } else {
-        key = "$" + upper(value.toString());
+        key.assign(1, '$');
+        key.reserve(text.size() + 1);
+        for (char c : text) key += upperAscii(c);
       }
       return true;
     }
@@ -130,10 +143,16 @@ bool indexKey(const Variant& value, std::string& key) {
 
 }  // namespace
 
+// A row keeps a copy of the values it was read with only once an edit begins: until then its
+// values are the original ones, and a period of a hundred thousand rows is held once, not twice.
 struct Recordset::Row {
   std::vector<Variant> values;
-  std::vector<Variant> original;
+  std::vector<Variant> original;  // empty while the row is unchanged (or new)
   RowState state = RowState::Unchanged;
+
+  const Variant& originalValue(std::size_t column) const {
+    return original.empty() ? values[column] : original[column];
+  }
 };
 
 struct Recordset::Index {
@@ -225,7 +244,6 @@ void Recordset::fetch() {
           for (auto r : it->second) chapterRs->appendRow(result.rows[r]);
         }
         row.values[chapter] = Variant(chapterRs);
-        row.original[chapter] = row.values[chapter];
       }
     }
   } else {
@@ -244,14 +262,7 @@ void Recordset::fetch() {
 
 long Recordset::columnIndex(std::string_view name) const noexcept {
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    const auto& column = columns_[i];
-    if (column.size() == name.size() &&
-        std::equal(column.begin(), column.end(), name.begin(), [](char a, char b) {
-          return std::toupper(static_cast<unsigned char>(a)) ==
-                 std::toupper(static_cast<unsigned char>(b));
-        })) {
-      return static_cast<long>(i);
-    }
+    if (sameNameIgnoringCase(columns_[i], name)) return static_cast<long>(i);
   }
   return -1;
 }
@@ -260,7 +271,7 @@ std::size_t Recordset::appendColumn(const std::string& name) {
   columns_.push_back(name);
   for (auto& row : rows_) {
     row.values.emplace_back(Null);
-    row.original.emplace_back(Null);
+    if (!row.original.empty()) row.original.emplace_back(Null);
   }
   return columns_.size() - 1;
 }
@@ -312,10 +323,8 @@ void Recordset::MovePrevious() {
 }
 
 void Recordset::Move(long n) {
-  if (n != 0 && (BOF() || EndOfFile()) && RecordCount() > 0 && position_ >= 0 &&
-      position_ < RecordCount()) {
-    noCurrentRecord();
-  }
+  // Forward from EOF or backward from BOF there is no record to count from.
+  if ((n > 0 && EndOfFile()) || (n < 0 && BOF())) noCurrentRecord();
   moveTo(position_ + n);
 }
 
@@ -344,6 +353,7 @@ void Recordset::setCurrent(std::size_t column, const Variant& value) {
   auto& row = rows_[index];
   if (row.state == RowState::Unchanged) {
     raise(willChange_);
+    row.original = row.values;
     row.state = RowState::Modified;
   }
   row.values[column] = value;
@@ -353,7 +363,6 @@ void Recordset::setCurrent(std::size_t column, const Variant& value) {
 void Recordset::appendRow(std::vector<Variant> values) {
   values.resize(columns_.size(), Variant(Null));
   Row row;
-  row.original = values;
   row.values = std::move(values);
   rows_.push_back(std::move(row));
   indexes_.clear();
@@ -365,7 +374,6 @@ void Recordset::AddNew() {
   raise(willChange_);
   Row row;
   row.values.assign(columns_.size(), Variant());
-  row.original = row.values;
   row.state = RowState::New;
   rows_.push_back(std::move(row));
   indexes_.clear();
@@ -396,7 +404,8 @@ void Recordset::CancelUpdate() {
     indexes_.clear();
     moveTo(std::min(position_, RecordCount() - 1));
   } else {
-    row.values = row.original;
+    if (!row.original.empty()) row.values = std::move(row.original);
+    row.original.clear();
     row.state = RowState::Unchanged;
   }
 }
@@ -409,14 +418,30 @@ void Recordset::UpdateBatch() {
     throw Error(errc::kNotUpdatable,
                 "The recordset cannot be written back: it was not read from one table.");
   }
-  for (auto& row : rows_) writeRow(row);
+  // One transaction for the batch: a conflict on any row leaves the store as it was, and the
+  // rows stay pending in memory.
+  connection_->begin();
+  try {
+    for (auto& row : rows_) issueWrite(row);
+    connection_->commit();
+  } catch (...) {
+    connection_->rollback();
+    throw;
+  }
+  for (auto& row : rows_) markWritten(row);
 }
 
 void Recordset::writeRow(Row& row) {
+  issueWrite(row);
+  markWritten(row);
+}
+
+// Runs the INSERT or UPDATE of one pending row; the row itself is left as it is.
+void Recordset::issueWrite(Row& row) {
   if (row.state == RowState::Unchanged) return;
   auto isChapter = [&](std::size_t c) {
     return row.values[c].type() == VariantType::Recordset ||
-           row.original[c].type() == VariantType::Recordset;
+           row.originalValue(c).type() == VariantType::Recordset;
   };
   std::vector<Variant> parameters;
   std::string sql;
@@ -434,10 +459,7 @@ void Recordset::writeRow(Row& row) {
       markers += next();
       parameters.push_back(row.values[c]);
     }
-    if (names.empty()) {
-      row.state = RowState::Unchanged;
-      return;
-    }
+    if (names.empty()) return;
     sql = "INSERT INTO " + baseTable_ + " (" + names + ") VALUES (" + markers + ")";
     connection_->executeWithParameters(sql, parameters);
   } else {
@@ -448,10 +470,7 @@ void Recordset::writeRow(Row& row) {
       sets += baseColumns_[c] + " = " + next();
       parameters.push_back(row.values[c].isEmpty() ? Variant(Null) : row.values[c]);
     }
-    if (sets.empty()) {
-      row.state = RowState::Unchanged;
-      return;
-    }
+    if (sets.empty()) return;
     for (std::size_t c = 0; c < columns_.size(); ++c) {
       if (isChapter(c)) continue;
       if (!where.empty()) where += " AND ";
@@ -469,10 +488,14 @@ void Recordset::writeRow(Row& row) {
                       ": some values may have been changed since it was last read.");
     }
   }
-  for (std::size_t c = 0; c < columns_.size(); ++c) {
-    if (row.values[c].isEmpty()) row.values[c] = Null;
+}
+
+void Recordset::markWritten(Row& row) {
+  if (row.state == RowState::Unchanged) return;
+  for (auto& value : row.values) {
+    if (value.isEmpty()) value = Null;
   }
-  row.original = row.values;
+  row.original.clear();
   row.state = RowState::Unchanged;
 }
 
@@ -490,6 +513,7 @@ const std::vector<std::size_t>& Recordset::indexBucket(std::size_t column, const
   auto& index = indexes_[column];
   if (!index) {
     index = std::make_unique<Index>();
+    index->buckets.reserve(rows_.size());
     std::string k;
     for (std::size_t r = 0; r < rows_.size(); ++r) {
       if (indexKey(rows_[r].values[column], k)) index->buckets[k].push_back(r);
@@ -521,10 +545,13 @@ void Recordset::Filter(const std::string& criteria) {
     return filter->matches(std::span<const Variant>(rows_[r].values));
   };
   if (!equalities.empty()) {
+    // A bucket of one row cannot be narrowed further: the other columns' indexes are not
+    // needed (nor built) then.
     const std::vector<std::size_t>* smallest = nullptr;
     for (const auto& [column, literal] : equalities) {
       const auto& bucket = indexBucket(column, literal);
       if (!smallest || bucket.size() < smallest->size()) smallest = &bucket;
+      if (smallest->size() <= 1) break;
     }
     for (auto r : *smallest) {
       if (test(r)) visible.push_back(r);

@@ -114,7 +114,7 @@ class Recordset : public std::enable_shared_from_this<Recordset> {
   const Variant& cell(std::size_t visibleRow, std::size_t column) const;
   const Variant& current(std::size_t column) const;  // throws 3021 at BOF/EOF
   void setCurrent(std::size_t column, const Variant& value);
-  void appendRow(std::vector<Variant> values);       // as fetched: unchanged, not new
+  void appendRow(std::vector<Variant> values);  // as fetched: unchanged, not new
   std::size_t totalRows() const noexcept;
 
  private:
@@ -126,6 +126,8 @@ class Recordset : public std::enable_shared_from_this<Recordset> {
   void moveTo(long visiblePosition);
   void raise(const std::vector<std::pair<Subscription, EventHandler>>& handlers);
   void writeRow(Row& row);
+  void issueWrite(Row& row);
+  static void markWritten(Row& row);
   void fetch();
   const std::vector<std::size_t>& indexBucket(std::size_t column, const Variant& key);
 
@@ -133,7 +135,7 @@ class Recordset : public std::enable_shared_from_this<Recordset> {
   std::vector<Row> rows_;
   std::vector<std::size_t> visible_;  // row numbers shown under the current filter
   bool filtered_ = false;
-  long position_ = 0;                 // index into visible_; -1 = BOF, size = EOF
+  long position_ = 0;  // index into visible_; -1 = BOF, size = EOF
   std::string filterText_;
   std::unique_ptr<store::Filter> filter_;
   std::vector<std::unique_ptr<Index>> indexes_;  // per column, built on first equality filter

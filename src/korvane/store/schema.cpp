@@ -15,24 +15,30 @@ using Names = std::string_view;
 // Form headers and SSP headers share one layout. DAT_SSP_PPh22 keeps NIP like DS_FORM_INDUK:
 // the list classes insert eleven values (NIP left Null), the SSP inputs set it.
 constexpr ColumnDef kHeaderColumns[] = {
-    {"NPWP", T::Text},           {"KD_FORM", T::Text},   {"JENIS_DOKUMEN", T::Text},
-    {"MS_PAJAK", T::SmallInt},   {"TH_PAJAK", T::SmallInt}, {"KD_PEMBETULAN_KE", T::SmallInt},
-    {"NOBUKTI", T::Text},        {"KD_JENIS_PAJAK", T::Text}, {"DAT_FORM", T::Memo},
-    {"TGL_REKAM", T::Text},      {"TGL_UBAH", T::Text},  {"NIP", T::Text},
+    {"NPWP", T::Text},         {"KD_FORM", T::Text},        {"JENIS_DOKUMEN", T::Text},
+    {"MS_PAJAK", T::SmallInt}, {"TH_PAJAK", T::SmallInt},   {"KD_PEMBETULAN_KE", T::SmallInt},
+    {"NOBUKTI", T::Text},      {"KD_JENIS_PAJAK", T::Text}, {"DAT_FORM", T::Memo},
+    {"TGL_REKAM", T::Text},    {"TGL_UBAH", T::Text},       {"NIP", T::Text},
 };
 constexpr ColumnDef kAttachmentColumns[] = {
-    {"KD_FORM", T::Text},   {"MS_PAJAK", T::SmallInt}, {"TH_PAJAK", T::SmallInt},
-    {"KD_PEMBETULAN_KE", T::SmallInt}, {"COLLNO", T::SmallInt}, {"SEQ", T::Double},
-    {"NOBUKTI", T::Text},   {"DAT_FORM", T::Memo},
+    {"KD_FORM", T::Text},      {"MS_PAJAK", T::SmallInt},
+    {"TH_PAJAK", T::SmallInt}, {"KD_PEMBETULAN_KE", T::SmallInt},
+    {"COLLNO", T::SmallInt},   {"SEQ", T::Double},
+    {"NOBUKTI", T::Text},      {"DAT_FORM", T::Memo},
 };
 
-// Header lookups: by form and period (lists, main return, numbering by year), by slip number.
-constexpr Names kHdrPeriod[] = {"KD_FORM", "TH_PAJAK", "KD_PEMBETULAN_KE", "MS_PAJAK"};
-constexpr Names kHdrNumber[] = {"NOBUKTI", "TH_PAJAK", "KD_PEMBETULAN_KE"};
+// Header lookups: by form and period (lists, main return, numbering by year), by slip number
+// within a period (saves, deletes, duplicate checks) and by number across a year (numbering).
+// The key columns the queries compare come last so one index answers the whole condition.
+constexpr Names kHdrPeriod[] = {"KD_FORM", "TH_PAJAK", "KD_PEMBETULAN_KE", "MS_PAJAK", "NPWP"};
+constexpr Names kHdrNumber[] = {"NOBUKTI",  "TH_PAJAK", "KD_PEMBETULAN_KE",
+                                "MS_PAJAK", "KD_FORM",  "NPWP"};
+constexpr Names kHdrYear[] = {"TH_PAJAK", "KD_PEMBETULAN_KE", "NOBUKTI", "KD_FORM"};
 constexpr Names kHdrTaxpayer[] = {"NPWP", "TH_PAJAK", "MS_PAJAK", "KD_PEMBETULAN_KE"};
 constexpr IndexDef kFormIndukIndexes[] = {
     {"IX_FORM_INDUK_PERIOD", kHdrPeriod},
     {"IX_FORM_INDUK_NOBUKTI", kHdrNumber},
+    {"IX_FORM_INDUK_YEAR", kHdrYear},
     {"IX_FORM_INDUK_NPWP", kHdrTaxpayer},
 };
 constexpr IndexDef kSspIndexes[] = {
@@ -40,15 +46,21 @@ constexpr IndexDef kSspIndexes[] = {
     {"IX_SSP_NOBUKTI", kHdrNumber},
     {"IX_SSP_NPWP", kHdrTaxpayer},
 };
+// Attachment rows: by form and period (lists, computation, export), by slip (a slip's own rows)
+// and in entry order within a period.
 constexpr Names kAttPeriod[] = {"KD_FORM", "MS_PAJAK", "TH_PAJAK", "KD_PEMBETULAN_KE", "COLLNO"};
-constexpr Names kAttNumber[] = {"NOBUKTI", "KD_PEMBETULAN_KE"};
+constexpr Names kAttNumber[] = {"NOBUKTI",  "KD_PEMBETULAN_KE", "KD_FORM",
+                                "MS_PAJAK", "TH_PAJAK",         "COLLNO"};
+constexpr Names kAttOrder[] = {"KD_FORM", "MS_PAJAK", "TH_PAJAK", "SEQ"};
 constexpr IndexDef kLampiranIndexes[] = {
     {"IX_LAMPIRAN_PERIOD", kAttPeriod},
     {"IX_LAMPIRAN_NOBUKTI", kAttNumber},
+    {"IX_LAMPIRAN_SEQ", kAttOrder},
 };
 constexpr IndexDef kLampiranSspIndexes[] = {
     {"IX_LAMPIRAN_SSP_PERIOD", kAttPeriod},
     {"IX_LAMPIRAN_SSP_NOBUKTI", kAttNumber},
+    {"IX_LAMPIRAN_SSP_SEQ", kAttOrder},
 };
 
 constexpr ColumnDef kNumbering[] = {
@@ -68,12 +80,9 @@ constexpr ColumnDef kCommodities[] = {{"KODE_KOMODITI", T::Text},
                                       {"PASAL", T::SmallInt},
                                       {"TARIF_NETTO", T::Double}};
 constexpr ColumnDef kExchanges[] = {{"KODE_BURSA", T::Text}, {"NAMA_BURSA", T::Text}};
-constexpr ColumnDef kProfile[] = {{"NPWP", T::Text},
-                                  {"NAMA_WP_PROFILE", T::Text},
-                                  {"ALAMAT", T::Text},
-                                  {"JENIS_WP", T::Text},
-                                  {"KOTA", T::Text},
-                                  {"TELEPON", T::Text}};
+constexpr ColumnDef kProfile[] = {{"NPWP", T::Text},   {"NAMA_WP_PROFILE", T::Text},
+                                  {"ALAMAT", T::Text}, {"JENIS_WP", T::Text},
+                                  {"KOTA", T::Text},   {"TELEPON", T::Text}};
 constexpr ColumnDef kTaxKinds[] = {
     {"KD_JENIS_PAJAK", T::Text}, {"KD_DOK_SPT", T::Text}, {"URAIAN", T::Text}};
 constexpr Names kTaxKindsKey[] = {"KD_JENIS_PAJAK", "KD_DOK_SPT"};
@@ -81,13 +90,12 @@ constexpr ColumnDef kPartners[] = {
     {"NPWP_PARTNER", T::Text}, {"NAMA_PARTNER", T::Text}, {"ALAMAT_PARTNER", T::Text}};
 constexpr Names kPartnerIdx[] = {"NPWP_PARTNER"};
 constexpr IndexDef kPartnerIndexes[] = {{"IX_PARTNER_NPWP", kPartnerIdx}};
-constexpr ColumnDef kPartnerInfo[] = {
-    {"NPWP_PARTNER", T::Text}, {"KETERANGAN", T::Text}};
+constexpr ColumnDef kPartnerInfo[] = {{"NPWP_PARTNER", T::Text}, {"KETERANGAN", T::Text}};
 // Payment records of the tax office's own application; KODEPASAL closes the insertion order.
 constexpr ColumnDef kPayments[] = {
-    {"NPWP", T::Text},        {"MSPJK", T::SmallInt}, {"THPJK", T::SmallInt},
-    {"KDMAP", T::Text},       {"KDJNSSTR", T::Text},  {"TGLSSP", T::Date},
-    {"NTPP", T::Text},        {"JMLBYR", T::Double},  {"KdJnsForm", T::Text},
+    {"NPWP", T::Text},         {"MSPJK", T::SmallInt},    {"THPJK", T::SmallInt},
+    {"KDMAP", T::Text},        {"KDJNSSTR", T::Text},     {"TGLSSP", T::Date},
+    {"NTPP", T::Text},         {"JMLBYR", T::Double},     {"KdJnsForm", T::Text},
     {"KdPmbtln", T::SmallInt}, {"KODEPASAL", T::SmallInt}};
 constexpr Names kPaymentsIdx[] = {"KdJnsForm", "MSPJK", "THPJK", "KdPmbtln"};
 constexpr IndexDef kPaymentsIndexes[] = {{"IX_DATSSP_PERIOD", kPaymentsIdx}};
@@ -138,14 +146,16 @@ bool equalsIgnoreCase(std::string_view a, std::string_view b) {
 }
 
 // Text columns are VARCHAR(255) so the servers can index them; packed texts are unbounded.
-// MariaDB tables use a binary collation so that text compares case-sensitively, as on the
-// other stores.
+// Text compares, sorts and takes its MAX byte by byte on every store, as SQLite does: exact case
+// and trailing blanks count ('a' <> 'A', 'a' <> 'a ', MAX('9', '12') = '9'). PostgreSQL columns
+// use the "C" collation, MariaDB tables a binary collation without padding.
 std::string columnType(ColumnType type, Dialect dialect) {
+  const char* collation = dialect == Dialect::PostgreSQL ? " COLLATE \"C\"" : "";
   switch (type) {
     case T::Text:
-      return "VARCHAR(255)";
+      return std::string("VARCHAR(255)") + collation;
     case T::Memo:
-      return dialect == Dialect::MariaDB ? "LONGTEXT" : "TEXT";
+      return dialect == Dialect::MariaDB ? "LONGTEXT" : std::string("TEXT") + collation;
     case T::SmallInt:
       return "SMALLINT";
     case T::Integer:
@@ -188,9 +198,15 @@ std::vector<std::string> schemaStatements(Dialect dialect) {
       first = false;
       sql += std::string(column.name) + " " + columnType(column.type, dialect);
     }
+    const std::string rowOrder(kRowOrderColumn);
+    if (dialect == Dialect::PostgreSQL) {
+      sql += ", " + rowOrder + " BIGINT GENERATED BY DEFAULT AS IDENTITY";
+    } else if (dialect == Dialect::MariaDB) {
+      sql += ", " + rowOrder + " BIGINT NOT NULL AUTO_INCREMENT, KEY (" + rowOrder + ")";
+    }
     if (!table.primaryKey.empty()) sql += ", PRIMARY KEY (" + joined(table.primaryKey) + ")";
     sql += ")";
-    if (dialect == Dialect::MariaDB) sql += " CHARACTER SET utf8mb4 COLLATE utf8mb4_bin";
+    if (dialect == Dialect::MariaDB) sql += " CHARACTER SET utf8mb4 COLLATE utf8mb4_nopad_bin";
     out.push_back(std::move(sql));
     for (const auto& index : table.indexes) {
       out.push_back(std::string(index.unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") +

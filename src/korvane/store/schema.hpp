@@ -31,6 +31,11 @@ struct TableDef {
   std::span<const IndexDef> indexes;
 };
 
+// On the servers every table has one more column, numbering its rows in the order they were
+// added (SQLite's rowid does this on the embedded store). Queries read rows in that order (see
+// inAddedOrder) and never show the column.
+inline constexpr std::string_view kRowOrderColumn = "KORVANE_ROW";
+
 std::span<const TableDef> tables() noexcept;
 // Case-insensitive lookup; nullptr for a table the schema does not know.
 const TableDef* findTable(std::string_view name) noexcept;

@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "korvane/store/error.hpp"
+#include "korvane/store/text.hpp"
 
 namespace korvane {
 
@@ -30,16 +31,6 @@ std::string_view trimBlanks(std::string_view text) noexcept {
 }
 
 bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-
-char lowerAscii(char c) noexcept { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
-
-bool equalsIgnoreCase(std::string_view a, std::string_view b) noexcept {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (lowerAscii(a[i]) != lowerAscii(b[i])) return false;
-  }
-  return true;
-}
 
 int compareTextIgnoreCase(std::string_view a, std::string_view b) noexcept {
   const std::size_t n = std::min(a.size(), b.size());
@@ -250,8 +241,8 @@ bool Variant::toBool() const {
       return std::get<bool>(value_);
     case VariantType::String: {
       const std::string_view text = trimBlanks(std::get<std::string>(value_));
-      if (equalsIgnoreCase(text, "True")) return true;
-      if (equalsIgnoreCase(text, "False")) return false;
+      if (equalsIgnoringCase(text, "True")) return true;
+      if (equalsIgnoringCase(text, "False")) return false;
       double number = 0;
       if (!parseNumber(text, number)) throwTypeMismatch();
       return number != 0;

@@ -82,6 +82,8 @@ class Variant {
   std::string toString() const;
   Date toDate() const;
   RecordsetPtr toRecordset() const;  // null pointer unless the value holds a recordset
+  // The text a String holds, without a copy; nullptr for any other type.
+  const std::string* textIf() const noexcept { return std::get_if<std::string>(&value_); }
 
   // Text of the value as a field of packed text or an export line: Null and Empty give "",
   // numbers their number text, dates "DD/MM/YYYY", booleans "True"/"False" (BASIC's CStr).

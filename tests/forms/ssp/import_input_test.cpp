@@ -287,6 +287,33 @@ TEST_F(ImportInputFixture, BuyersWithoutTaxNumberUnderOneNttpAreSeparateSlips) {
   EXPECT_TRUE(messages().empty());
 }
 
+TEST_F(ImportInputFixture, RenamingABuyerWithoutTaxNumberEditsTheSameSlip) {
+  addSlip("PPh22Impor", "NT-1", {1000000, 25000, 0, 0, 0, 0}, kNoNpwp, "CV SATU");
+  auto load = [&](const char* buyerName) {
+    auto slip = connected<CInputPPh22Impor>();
+    slip->pGet(kNpwp, "PPh22Impor", "10", 5, 2013, 0, "NT-1", "112", kName, kAddress, kToday, 0, "",
+               kNoNpwp, buyerName, "JL. THAMRIN 2");
+    return slip;
+  };
+  auto edit = load("CV SATU");
+  ASSERT_EQ(edit->rs22Form()->RecordCount(), 1);
+  edit->pAssignOldValues();
+  edit->aNMWPLT("CV SATU ABADI");
+  edit->aA13(1100000);
+  edit->pHitPjk(1);
+  edit->pAssignStatus(false, true, false);
+  edit->pUpdate();
+
+  EXPECT_EQ(load("CV SATU")->rs22Form()->RecordCount(), 0);
+  auto renamed = load("CV SATU ABADI")->rs22Form();
+  ASSERT_EQ(renamed->RecordCount(), 1);
+  EXPECT_EQ(renamed->Fields("JMLBRUTO").Value().toDouble(), 1100000);
+  EXPECT_EQ(rows("DAT_SSP_PPh22", "PPh22Impor", "DAT_FORM LIKE '%;CV SATU ABADI;%'"), 1);
+  EXPECT_EQ(returnLine("B4a3"), 1100000);
+  EXPECT_EQ(returnLine("c2"), 1);
+  EXPECT_TRUE(messages().empty());
+}
+
 // ---- Numbers and sequences ---------------------------------------------------------------------
 
 TEST_F(ImportInputFixture, NttpAndSequenceAreCheckedPerKindOfSlip) {

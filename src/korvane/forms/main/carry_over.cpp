@@ -6,13 +6,16 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 #include "korvane/forms/main/main_return.hpp"
 #include "korvane/store/companion.hpp"
+#include "korvane/store/connection.hpp"
+#include "korvane/store/error.hpp"
 #include "korvane/store/recordset.hpp"
 #include "korvane/store/sql.hpp"
+#include "korvane/store/text.hpp"
 #include "korvane/store/variant.hpp"
 
 namespace korvane {
@@ -78,12 +81,7 @@ struct Replacement {
   Variant value;
 };
 
-std::string upper(std::string text) {
-  for (auto& c : text) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return text;
-}
+std::string upper(std::string_view value) { return upperAscii(value); }
 
 // "(KD_FORM = 'F113202' OR KD_FORM = 'D113204' ...)".
 std::string formList(Codes forms) {
@@ -95,8 +93,8 @@ std::string formList(Codes forms) {
   return out + ")";
 }
 
-// One "field = literal" term of a Filter. Filter text is not SQL: a quote inside a literal is
-// doubled, and a Null field is matched as Null.
+// One "field = literal" term of a row's key, written as the Filter term that would narrow the
+// source to it: a quote inside a literal is doubled, and a Null field reads as Null.
 std::string textTerm(std::string_view field, const Variant& value) {
   if (value.isNull()) return std::string(field) + " = Null";
   std::string literal;
@@ -145,23 +143,37 @@ Variant nextCorrection(std::int16_t correction) {
   return Variant(Variant(static_cast<int>(correction) + 1).toInt16());
 }
 
-// Walks the source once. Each row narrows the source by its own key and the narrowed rows are
-// copied together; a key met again later in the walk (rows it cannot tell apart) has been copied
-// already. So every source row is copied once, and each narrowing is answered from the
-// recordset's index instead of a scan.
+// Walks the source once and groups its rows by their key, keeping the order in which keys are
+// first met and the rows' order within a key: each key's rows are copied together, as narrowing
+// the source by the key would give them, and every source row is copied once.
 void copyByKey(const RecordsetPtr& rows, const std::function<std::string(Recordset&)>& keyOf,
-               const std::function<void()>& copyNarrowed) {
-  std::unordered_set<std::string> copied;
-  const long total = rows->RecordCount();
-  for (long i = 0; i < total; ++i) {
-    rows->Filter("");
-    rows->Move(i);
-    const std::string criteria = keyOf(*rows);
-    if (!copied.insert(upper(criteria)).second) continue;
-    rows->Filter(criteria);
-    copyNarrowed();
+               const std::function<void(std::span<const std::size_t>)>& copyRows) {
+  std::unordered_map<std::string, std::size_t> groupOf;
+  std::vector<std::vector<std::size_t>> groups;
+  const auto total = static_cast<std::size_t>(rows->RecordCount());
+  if (total > 0) rows->MoveFirst();
+  for (std::size_t i = 0; i < total; ++i, rows->MoveNext()) {
+    const auto [found, added] = groupOf.try_emplace(upper(keyOf(*rows)), groups.size());
+    if (added) groups.emplace_back();
+    groups[found->second].push_back(i);
   }
-  rows->Filter("");
+  for (const auto& group : groups) copyRows(group);
+}
+
+// Positions the source on its row at `index`.
+void moveTo(Recordset& rows, std::size_t index) {
+  rows.MoveFirst();
+  rows.Move(static_cast<long>(index));
+}
+
+long fieldPosition(const PackedRowReader& reader, std::string_view name) {
+  const long position = reader.fieldIndex(name);
+  if (position < 0) {
+    throw Error(errc::kItemNotFound,
+                "Item cannot be found in the collection corresponding to the requested name or "
+                "ordinal.");
+  }
+  return position;
 }
 
 // A header is found again by its form and number; a payment slip also by its packed text, and
@@ -201,20 +213,26 @@ void copyPeriod(const StoreAccess& store, const CarryOver& variant, const std::s
       store.open("SELECT * FROM " + std::string(variant.headerTable) + " WHERE " +
                  formList(variant.headerForms) + " AND NPWP = " + sql::text(sourceNpwp) + period +
                  " AND KD_JENIS_PAJAK = " + sql::text(kdJnsPjk) + " ORDER BY KD_FORM ASC");
+  std::vector<Variant> fields;
   copyByKey(
       headers, [&](Recordset& row) { return headerKey(row, variant.paymentSlips); },
-      [&] {
-        if (headers->EndOfFile()) return;
+      [&](std::span<const std::size_t> group) {
+        moveTo(*headers, group.front());
         const std::string form = headers->Fields("KD_FORM").Value().text();
-        auto fields = store.companion.unpack(readAs(form), headers);  // one per narrowed row
-        for (; !headers->EndOfFile(); headers->MoveNext(), fields->MoveNext()) {
-          fields->Fields("KD_PEMBETULAN_KE").Value(next);
+        const PackedRowReader reader(readAs(form), *headers);
+        const auto correctionField =
+            static_cast<std::size_t>(fieldPosition(reader, "KD_PEMBETULAN_KE"));
+        const long npwpField = newNpwp ? fieldPosition(reader, "npwp") : -1;
+        for (const std::size_t row : group) {
+          reader.read(row, fields);
+          fields[correctionField] = next;
           std::vector<Replacement> copy{{"KD_PEMBETULAN_KE", next}};
           if (newNpwp) {
-            fields->Fields("npwp").Value(Variant(*newNpwp));
+            fields[static_cast<std::size_t>(npwpField)] = Variant(*newNpwp);
             copy.push_back({"NPWP", Variant(*newNpwp)});
           }
-          copy.push_back({"DAT_FORM", Variant(store.companion.pack(fields))});
+          copy.push_back({"DAT_FORM", Variant(FieldTextCompanion::join(fields))});
+          moveTo(*headers, row);
           store.execute(insertStatement(variant.headerTable, kHeaderColumns, *headers, copy));
         }
       });
@@ -225,12 +243,31 @@ void copyPeriod(const StoreAccess& store, const CarryOver& variant, const std::s
   const Replacement copy[] = {{"KD_PEMBETULAN_KE", next}};
   copyByKey(
       attachments, [&](Recordset& row) { return attachmentKey(row, variant.paymentSlips); },
-      [&] {
-        for (; !attachments->EndOfFile(); attachments->MoveNext()) {
+      [&](std::span<const std::size_t> group) {
+        for (const std::size_t row : group) {
+          moveTo(*attachments, row);
           store.execute(
               insertStatement(variant.attachmentTable, kAttachmentColumns, *attachments, copy));
         }
       });
+}
+
+// The copy inserts row by row as it always has, but inside one transaction: for a period of a
+// hundred thousand rows a commit per row would cost more than the rows. A failure part-way
+// commits what was copied before it, since rows inserted before a failing insert remain.
+void inOneTransaction(store::Connection& connection, const std::function<void()>& copy) {
+  connection.begin();
+  try {
+    copy();
+  } catch (...) {
+    try {
+      connection.commit();
+    } catch (...) {
+      connection.rollback();
+    }
+    throw;
+  }
+  connection.commit();
 }
 
 }  // namespace
@@ -238,18 +275,22 @@ void copyPeriod(const StoreAccess& store, const CarryOver& variant, const std::s
 void CF113202::pCopyAllData(const std::string& sNPWP, const std::string& skdJnsPjk,
                             std::int16_t iMsPjk, std::int16_t iThPjk, std::int16_t iCorrSeq) {
   reported([&] {
-    copyPeriod({[this](const std::string& sql) { return open(sql); },
-                [this](const std::string& sql) { execute(sql); }, companion()},
-               kCopyAllData, sNPWP, std::nullopt, skdJnsPjk, iMsPjk, iThPjk, iCorrSeq);
+    inOneTransaction(*connection(), [&] {
+      copyPeriod({[this](const std::string& sql) { return open(sql); },
+                  [this](const std::string& sql) { execute(sql); }, companion()},
+                 kCopyAllData, sNPWP, std::nullopt, skdJnsPjk, iMsPjk, iThPjk, iCorrSeq);
+    });
   });
 }
 
 void CF113202::pCopyAllDataSSP(const std::string& sNPWP, const std::string& skdJnsPjk,
                                std::int16_t iMsPjk, std::int16_t iThPjk, std::int16_t iCorrSeq) {
   reported([&] {
-    copyPeriod({[this](const std::string& sql) { return open(sql); },
-                [this](const std::string& sql) { execute(sql); }, companion()},
-               kCopyAllDataSsp, sNPWP, std::nullopt, skdJnsPjk, iMsPjk, iThPjk, iCorrSeq);
+    inOneTransaction(*connection(), [&] {
+      copyPeriod({[this](const std::string& sql) { return open(sql); },
+                  [this](const std::string& sql) { execute(sql); }, companion()},
+                 kCopyAllDataSsp, sNPWP, std::nullopt, skdJnsPjk, iMsPjk, iThPjk, iCorrSeq);
+    });
   });
 }
 
@@ -257,9 +298,11 @@ void CF113202::pCopyAllDataOldKPP(const std::string& sNpwpOld, const std::string
                                   const std::string& skdJnsPjk, std::int16_t iMsPjk,
                                   std::int16_t iThPjk, std::int16_t iCorrSeq) {
   reported([&] {
-    copyPeriod({[this](const std::string& sql) { return open(sql); },
-                [this](const std::string& sql) { execute(sql); }, companion()},
-               kCopyAllDataOldKpp, sNpwpOld, sNpwpNew, skdJnsPjk, iMsPjk, iThPjk, iCorrSeq);
+    inOneTransaction(*connection(), [&] {
+      copyPeriod({[this](const std::string& sql) { return open(sql); },
+                  [this](const std::string& sql) { execute(sql); }, companion()},
+                 kCopyAllDataOldKpp, sNpwpOld, sNpwpNew, skdJnsPjk, iMsPjk, iThPjk, iCorrSeq);
+    });
   });
 }
 
@@ -267,9 +310,11 @@ void CF113202::pCopyAllDataSSPOldKPP(const std::string& sNpwpOld, const std::str
                                      const std::string& skdJnsPjk, std::int16_t iMsPjk,
                                      std::int16_t iThPjk, std::int16_t iCorrSeq) {
   reported([&] {
-    copyPeriod({[this](const std::string& sql) { return open(sql); },
-                [this](const std::string& sql) { execute(sql); }, companion()},
-               kCopyAllDataSspOldKpp, sNpwpOld, sNpwpNew, skdJnsPjk, iMsPjk, iThPjk, iCorrSeq);
+    inOneTransaction(*connection(), [&] {
+      copyPeriod({[this](const std::string& sql) { return open(sql); },
+                  [this](const std::string& sql) { execute(sql); }, companion()},
+                 kCopyAllDataSspOldKpp, sNpwpOld, sNpwpNew, skdJnsPjk, iMsPjk, iThPjk, iCorrSeq);
+    });
   });
 }
 

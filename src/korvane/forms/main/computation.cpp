@@ -2,7 +2,8 @@
 // the period's slips and payment slips, and the counts and totals of payments and transfers.
 //
 // A period may hold a hundred thousand slips: each kind is read with one query that fetches only
-// the packed texts, and the texts are unpacked a slice at a time while the sums are walked once.
+// the packed texts, and only the amounts a sum needs are read from each text while the sums
+// are walked once.
 // An empty amount field of a slip adds nothing to its sum.
 #include <algorithm>
 #include <array>
@@ -20,9 +21,6 @@
 
 namespace korvane {
 namespace {
-
-// How many packed texts are unpacked at once.
-constexpr long kSliceRows = 2048;
 
 constexpr std::string_view kAmountColumns[] = {
     "B13", "B23", "B33", "B4a3", "B4b3", "B53", "B6a3", "B6b3",
@@ -82,49 +80,38 @@ std::string numberFromText(const std::string& text) {
               "ordinal.");
 }
 
-// Unpacks the DAT_FORM texts of `rows` under `formCode` and hands `visit` the named fields of
-// each row as amounts, in row order. Only a slice of the rows is unpacked at any time.
+// Reads the named fields of each row's DAT_FORM text under `formCode`, as unpacking would give
+// them, and hands `visit` the amounts in row order. No field row is built.
 template <std::size_t N, class Visit>
-void forEachRow(const FieldTextCompanion& companion, std::string_view formCode,
-                const RecordsetPtr& rows, const std::array<std::string_view, N>& names,
-                Visit&& visit) {
+void forEachRow(std::string_view formCode, const RecordsetPtr& rows,
+                const std::array<std::string_view, N>& names, Visit&& visit) {
   auto datForm = rows->columnIndex("DAT_FORM");
   if (datForm < 0) itemNotFound();
-  std::array<double, N> amounts{};
-  std::array<std::size_t, N> columns{};
-  bool resolved = false;
   const long total = rows->RecordCount();
-  for (long first = 0; first < total; first += kSliceRows) {
-    auto slice = std::make_shared<Recordset>(std::vector<std::string>{"DAT_FORM"});
-    const long end = std::min(total, first + kSliceRows);
-    for (long r = first; r < end; ++r) {
-      slice->appendRow(
-          {rows->cell(static_cast<std::size_t>(r), static_cast<std::size_t>(datForm))});
+  if (total == 0) return;
+  const PackedFieldReader reader(formCode, names);
+  std::array<Variant, N> fields;
+  std::array<double, N> amounts{};
+  std::string copy;
+  for (long r = 0; r < total; ++r) {
+    const Variant& packed =
+        rows->cell(static_cast<std::size_t>(r), static_cast<std::size_t>(datForm));
+    const std::string* text = packed.textIf();
+    if (!text) {
+      copy = packed.text();
+      text = &copy;
     }
-    auto fields = companion.unpack(formCode, slice);
-    if (!resolved) {
-      for (std::size_t i = 0; i < N; ++i) {
-        auto column = fields->columnIndex(names[i]);
-        if (column < 0) itemNotFound();
-        columns[i] = static_cast<std::size_t>(column);
-      }
-      resolved = true;
-    }
-    for (long r = 0; r < fields->RecordCount(); ++r) {
-      for (std::size_t i = 0; i < N; ++i) {
-        amounts[i] = amountOf(fields->cell(static_cast<std::size_t>(r), columns[i]));
-      }
-      visit(std::as_const(amounts));
-    }
+    reader.read(*text, fields);
+    for (std::size_t i = 0; i < N; ++i) amounts[i] = amountOf(fields[i]);
+    visit(std::as_const(amounts));
   }
 }
 
 template <std::size_t N>
-std::array<double, N> sumOf(const FieldTextCompanion& companion, std::string_view formCode,
-                            const RecordsetPtr& rows,
+std::array<double, N> sumOf(std::string_view formCode, const RecordsetPtr& rows,
                             const std::array<std::string_view, N>& names) {
   std::array<double, N> sums{};
-  forEachRow(companion, formCode, rows, names, [&](const std::array<double, N>& amounts) {
+  forEachRow(formCode, rows, names, [&](const std::array<double, N>& amounts) {
     for (std::size_t i = 0; i < N; ++i) sums[i] += amounts[i];
   });
   return sums;
@@ -214,11 +201,10 @@ void CF113202::pUpdF113202(const std::string& sNPWP, std::int16_t iMsPjk, std::i
 
     // Line 4: import slips and import payment slips.
     auto importSlips =
-        sumOf(companion(), "F113303", rowsOf("DS_FORM_INDUK", "F113303", "02"), kImportSlipAmounts);
+        sumOf("F113303", rowsOf("DS_FORM_INDUK", "F113303", "02"), kImportSlipAmounts);
     auto importPaymentRows = rowsOf("DAT_SSP_PPh22", "PPh22Impor", "10");
     paymentSlips += static_cast<double>(importPaymentRows->RecordCount());
-    auto importPayments =
-        sumOf(companion(), "PPh22Impor", importPaymentRows, kImportPaymentAmounts);
+    auto importPayments = sumOf("PPh22Impor", importPaymentRows, kImportPaymentAmounts);
     formField("B4a3").Value(importSlips[0] + importPayments[0]);
     formField("B4a4").Value(importSlips[2] + importPayments[2]);
     formField("B4b3").Value(importSlips[1] + importPayments[1]);
@@ -227,7 +213,7 @@ void CF113202::pUpdF113202(const std::string& sNPWP, std::int16_t iMsPjk, std::i
     // Lines 1, 2, 3 and 6: the sector slips, one form after the other into shared sums.
     std::array<double, 11> s{};  // s[1] .. s[10]
     auto addSectorSlips = [&](std::string_view form, auto&& addOwnLines) {
-      forEachRow(companion(), form, rowsOf("DS_FORM_INDUK", form, "03"), kSectorSlipAmounts,
+      forEachRow(form, rowsOf("DS_FORM_INDUK", form, "03"), kSectorSlipAmounts,
                  [&](const std::array<double, 10>& a) {
                    addOwnLines(a);
                    s[3] += a[kB73];
@@ -270,13 +256,13 @@ void CF113202::pUpdF113202(const std::string& sNPWP, std::int16_t iMsPjk, std::i
           {"PPh22MigasTdkFinal", "06"}}) {
       auto oilGasRows = rowsOf("DAT_SSP_PPh22", form, kind);
       paymentSlips += static_cast<double>(oilGasRows->RecordCount());
-      [[maybe_unused]] auto oilGas = sumOf(companion(), form, oilGasRows, kPaymentAmounts);
+      [[maybe_unused]] auto oilGas = sumOf(form, oilGasRows, kPaymentAmounts);
     }
 
     // Other article-22 payments add to line 3.
     auto otherRows = rowsOf("DAT_SSP_PPh22", "PPh22", "14");
     paymentSlips += static_cast<double>(otherRows->RecordCount());
-    auto other = sumOf(companion(), "PPh22", otherRows, kPaymentAmounts);
+    auto other = sumOf("PPh22", otherRows, kPaymentAmounts);
     formField("B33").Value(s[5] + other[0]);
     formField("B34").Value(s[6] + other[1]);
 

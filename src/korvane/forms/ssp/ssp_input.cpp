@@ -7,6 +7,7 @@
 #include "korvane/store/companion.hpp"
 #include "korvane/store/error.hpp"
 #include "korvane/store/sql.hpp"
+#include "korvane/store/text.hpp"
 
 namespace korvane::ssp {
 namespace {
@@ -14,12 +15,7 @@ namespace {
 // A buyer without a tax number.
 constexpr std::string_view kNoBuyerNpwp = "000000000000000";
 
-bool sameName(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::toupper(static_cast<unsigned char>(x)) ==
-                  std::toupper(static_cast<unsigned char>(y));
-         });
-}
+constexpr auto sameName = equalsIgnoringCase;
 
 double numeric(const Variant& value) {
   return value.isNull() || value.isEmpty() ? 0.0 : value.toDouble();
@@ -115,9 +111,15 @@ SlipKey SspInput::oldKey() const {
   key.correction = field("KD_PEMBETULAN_KE").toInt16();
   if (variant_.commodityInKey) key.commodity = oldOrCurrent("PENJUALAN");
   if (variant_.buyerInKeyWithoutNpwp) {
-    key.buyerNpwp = oldOrCurrent("NPWPLT");
-    key.buyerName = oldOrCurrent("NMWPLT");
-    key.buyerAddress = oldOrCurrent("ALMLT");
+    if (oldBuyer_ && !adding()) {
+      key.buyerNpwp = (*oldBuyer_)[0];
+      key.buyerName = (*oldBuyer_)[1];
+      key.buyerAddress = (*oldBuyer_)[2];
+    } else {
+      key.buyerNpwp = field("NPWPLT").text();
+      key.buyerName = field("NMWPLT").text();
+      key.buyerAddress = field("ALMLT").text();
+    }
   }
   key.nttp = oldValue("NTTP").text();
   key.seq = oldAmount("SEQ");
@@ -132,6 +134,9 @@ std::string SspInput::oldOrCurrent(std::string_view name) const {
 }
 
 void SspInput::rememberOldValues(std::span<const std::string_view> only) {
+  if (variant_.buyerInKeyWithoutNpwp) {
+    oldBuyer_ = {field("NPWPLT").text(), field("NMWPLT").text(), field("ALMLT").text()};
+  }
   for (std::size_t i = 0; i < variant_.oldValueFields.size(); ++i) {
     const auto name = variant_.oldValueFields[i];
     if (!only.empty() && std::none_of(only.begin(), only.end(),
@@ -248,6 +253,7 @@ void SspInput::openSlip(const std::string& sNPWP, const std::string& snmForm,
                " AND NOBUKTI = " + sql::text(sNoBukti) + " AND KD_JENIS_PAJAK = " +
                sql::text(sJnsPjk) + " AND DAT_FORM LIKE '%" + keyPattern(byNumber) + "%'"));
   rs22Form(companion().unpack(form, rs22Hdr()));
+  oldBuyer_.reset();
 }
 
 void SspInput::zeroNulls(std::span<const std::string_view> only) {

@@ -5,9 +5,11 @@
 // moves, and a few deliberate differences of their statements (SspInputVariant below).
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <exception>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -150,6 +152,9 @@ class SspInput : public BusinessObject {
   const SspInputVariant& variant_;
   const SspRoute* route_;
   std::vector<Variant> oldValues_;  // parallel to variant_.oldValueFields
+  // The buyer the loaded slip had when its old values were taken: with fifteen zeros the name
+  // and address are part of the key, so an edited name must still find the stored row.
+  std::optional<std::array<std::string, 3>> oldBuyer_;
 };
 
 }  // namespace korvane::ssp

@@ -1,0 +1,295 @@
+// Hostile text and numbers through the public operations: none may escape as an exception,
+// change a statement's structure or touch another taxpayer's rows.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include "korvane/korvane.hpp"
+#include "support/store_fixture.hpp"
+
+namespace korvane {
+namespace {
+
+constexpr const char* kTaxpayer = "012345678901000";
+constexpr const char* kBystander = "098765432109000";
+const Date kToday(2013, 6, 15);
+
+struct HostileText {
+  const char* name;
+  std::string value;
+};
+
+const HostileText kTexts[] = {
+    {"Quote", "O'Brien' OR '1'='1"},
+    {"Semicolon", "A;B;DROP TABLE DS_FORM_INDUK;"},
+    {"CrLf", "JL. MERDEKA\r\nNO. 2"},
+    {"Percent", "%"},
+    {"Underscore", "_"},
+    {"LongText", std::string(5000, 'x')},
+    {"Indonesian", "PT Sumber Makmur Sejahtera, Jl. Cikini Raya No. 73, Menteng"},
+    {"Emoji", "Toko Ibu Ani \xF0\x9F\x8D\x9C \xE2\x80\x94 Bandung"},
+    {"Empty", ""},
+};
+
+const double kNumbers[] = {std::numeric_limits<double>::quiet_NaN(),
+                           std::numeric_limits<double>::infinity(),
+                           -std::numeric_limits<double>::infinity(),
+                           1e300,
+                           -1e300,
+                           70000.0,
+                           -40000.0};
+
+class HostileInputTest : public testing::StoreTest {
+ public:
+  using StoreTest::connected;
+  using StoreTest::folder;
+
+  void SetUp() override {
+    StoreTest::SetUp();
+    insertProfile();
+    for (const char* npwp : {kTaxpayer, kBystander}) {
+      connected<CF113202>()->pCreateF113202Hdr(npwp, "F113202", "01", 5, 2013, 0, "-", "112",
+                                               "PT MAJU JAYA", "JL. SUDIRMAN 1", kToday, kToday,
+                                               "Pemungut");
+    }
+    // The bystander's own slip, which no call below may touch.
+    auto slip = slipOf(kBystander, "000001/PPH22");
+    slip->aB3a3(1000.0);
+    slip->pHitPjk(0);
+    slip->pUpdate(5, "2013", "0");
+    ASSERT_TRUE(messages().empty()) << messages()[0].text;
+  }
+
+  std::shared_ptr<CF113303> slipOf(const std::string& npwp, const std::string& number) {
+    auto slip = connected<CF113303>();
+    slip->pCreateF113303Hdr(npwp, "F113303", "02", 5, 2013, 0, number, "112", "PT", "JL",
+                            Date(2013, 5, 15));
+    slip->pGetF113303(npwp, "F113303", "02", 5, 2013, 0, number, "112", "", "", Date(2013, 5, 15));
+    slip->pAssignOldValues();
+    slip->pAssignStatus(true, false, false);
+    slip->aNPWPLT("01.234.567.8-901.000");
+    slip->getTaxRate();
+    slip->aB3a4(10.0);
+    return slip;
+  }
+
+  // Every row of the bystander in the tables a call could reach, as one text.
+  std::string bystanderRows() {
+    std::string all;
+    for (const char* table : {"DS_FORM_INDUK"}) {
+      auto rows = query(std::string("SELECT * FROM ") + table + " WHERE NPWP = '" + kBystander +
+                        "' ORDER BY KD_FORM, DAT_FORM");
+      for (; !rows->EndOfFile(); rows->MoveNext()) {
+        for (std::size_t c = 0; c < rows->columnCount(); ++c) {
+          all += rows->Fields(c).Value().isNull() ? "<null>" : rows->Fields(c).Value().text();
+          all += '|';
+        }
+        all += '\n';
+      }
+    }
+    return all + std::to_string(count("SELECT COUNT(*) FROM SETTING_NOBUKTI_PPH"));
+  }
+};
+
+// A call with one hostile text in one place.
+struct TextUse {
+  const char* name;
+  std::function<void(HostileInputTest&, const std::string&)> call;
+};
+
+const TextUse kTextUses[] = {
+    {"F113303PartyAndSave",
+     [](HostileInputTest& t, const std::string& v) {
+       auto slip = t.slipOf(kTaxpayer, "000002/PPH22");
+       slip->aNPWPLT(v);
+       slip->aNMWPLT(v);
+       slip->aALMLT(v);
+       slip->aB3a3(100.0);
+       slip->pHitPjk(0);
+       slip->pUpdate(5, "2013", "0");
+     }},
+    {"F113303Number",
+     [](HostileInputTest& t, const std::string& v) {
+       auto slip = t.slipOf(kTaxpayer, v);
+       slip->aB3a3(100.0);
+       slip->pHitPjk(0);
+       slip->pUpdate(5, "2013", "0");
+     }},
+    {"F113303ReadAndDelete",
+     [](HostileInputTest& t, const std::string& v) {
+       auto slip = t.connected<CF113303>();
+       slip->pGetBukti(v, v, 5, 2013, 0);
+       slip->pCheckNoBukti(v, 2013, v, 0);
+       slip->pDeleteF113303(v, "F113303", "02", 5, 2013, 0, v, "112");
+     }},
+    {"F113303TaxYearText",
+     [](HostileInputTest& t, const std::string& v) {
+       auto slip = t.slipOf(kTaxpayer, "000003/PPH22");
+       slip->aB3a3(100.0);
+       slip->pHitPjk(0);
+       slip->pUpdate(5, v, v);
+     }},
+    {"MainReturnHeader",
+     [](HostileInputTest& t, const std::string& v) {
+       auto mainReturn = t.connected<CF113202>();
+       mainReturn->pCreateF113202Hdr(kTaxpayer, "F113202", "01", 6, 2013, 0, v, "112", v, v, kToday,
+                                     kToday, v);
+       mainReturn->pGetF113202(v, 5, 2013, 0);
+     }},
+    {"PeriodDeleteTaxpayer",
+     [](HostileInputTest& t, const std::string& v) {
+       auto general = t.connected<CGeneralClass>();
+       general->pDelete(v, "112", 5, 2013, 0);
+       general->pDelete(kTaxpayer, v, 5, 2013, 0);
+       general->aMaxKdPembetulan(v, v, 5, v, 2013);
+       general->pCheckNPWP(v);
+     }},
+    {"CarryOverTaxpayer",
+     [](HostileInputTest& t, const std::string& v) {
+       t.connected<CF113202>()->pCopyAllData(v, v, 5, 2013, 0);
+     }},
+    {"ExportArguments",
+     [](HostileInputTest& t, const std::string& v) {
+       auto exporter = t.connected<CEksporBP>();
+       exporter->pEksporPPh(v, 22, v, v, 0, t.folder().string() + "/", v);
+     }},
+    {"F113305PartyAndSave",
+     [](HostileInputTest& t, const std::string& v) {
+       auto slip = t.connected<CF113305>();
+       slip->pCreateF113305Hdr(kTaxpayer, "F113305", "04", 5, 2013, 0, "000004/PPH22", "112", v, v,
+                               kToday);
+       slip->pGetF113305(kTaxpayer, "F113305", "04", 5, 2013, 0, "000004/PPH22", "112", v, v,
+                         kToday);
+       slip->pAssignOldValues();
+       slip->pAssignStatus(true, false, false);
+       slip->aNPWPLT(v);
+       slip->aNMWPLT(v);
+       slip->aALMLT(v);
+       slip->aB2(5.0);
+       slip->aB1(1000.0);
+       slip->pHitPjk();
+       slip->pUpdate(5, "2013", "0");
+     }},
+    {"ImportSspBuyerAndSave",
+     [](HostileInputTest& t, const std::string& v) {
+       auto slip = t.connected<CInputPPh22Impor>();
+       slip->pCreateHdr(kTaxpayer, "PPh22Impor", "10", 5, 2013, 0, v, "112", v, v, kToday, v,
+                        "Pemungut");
+       slip->pGet(kTaxpayer, "PPh22Impor", "10", 5, 2013, 0, v, "112", v, v, kToday, 0);
+       slip->pAssignOldValues();
+       double seq = -1;
+       slip->pGetMaxSeqNo(5, 2013, 0, 0, seq, "PPh22Impor");
+       slip->aSEQ(seq);
+       slip->aNPWPLT(v);
+       slip->aNMWPLT(v);
+       slip->aALMLT(v);
+       slip->aA13(1000000.0);
+       slip->aA14(25000.0);
+       slip->pHitPjk(1);
+       slip->pAssignStatus(true, false, false);
+       slip->pUpdate();
+       slip->pDeleteForm(kTaxpayer, "PPh22Impor", "10", 5, 2013, 0, v, "112", v, seq, v, v, v);
+     }},
+    {"OilGasCommodityAndSave",
+     [](HostileInputTest& t, const std::string& v) {
+       auto slip = t.connected<CInputMigasFinal>();
+       slip->getTaxRate();
+       slip->pCreateHdr(kTaxpayer, "PPh22MigasFinal", "05", 5, 2013, 0, v, "112", v, v, kToday, v,
+                        v);
+       slip->pGet(kTaxpayer, "PPh22MigasFinal", "05", 5, 2013, 0, v, "112", v, v, kToday, 0, v);
+       slip->pAssignOldValues();
+       slip->aNMWPLT(v);
+       slip->ajmlBruto(1000000.0);
+       slip->pHitPjk(1);
+       slip->pAssignStatus(true, false, false);
+       slip->pUpdate();
+       slip->pDeleteForm(kTaxpayer, "PPh22MigasFinal", "05", 5, 2013, 0, v, "112", v, 0);
+     }},
+    {"SlipListTaxpayer",
+     [](HostileInputTest& t, const std::string& v) {
+       auto list = t.connected<cd113204>();
+       list->pGetD113204Induk(v, 5, 2013, 0);
+       list->pGetBuktiLampiran(v, 0);
+     }},
+};
+
+struct TextCase {
+  const TextUse* use;
+  const HostileText* text;
+};
+
+std::vector<TextCase> textCases() {
+  std::vector<TextCase> cases;
+  for (const auto& use : kTextUses) {
+    for (const auto& text : kTexts) cases.push_back({&use, &text});
+  }
+  return cases;
+}
+
+class HostileTextTest : public HostileInputTest, public ::testing::WithParamInterface<TextCase> {};
+
+TEST_P(HostileTextTest, NeitherEscapesNorTouchesOtherRows) {
+  const std::string before = bystanderRows();
+  ASSERT_NO_THROW(GetParam().use->call(*this, GetParam().text->value));
+  // A refused text shows its own message; no text may change the statement it travels in.
+  EXPECT_EQ(bystanderRows(), before);
+  // The store still answers.
+  EXPECT_GT(count("SELECT COUNT(*) FROM SETTING_TARIF_PPH"), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, HostileTextTest, ::testing::ValuesIn(textCases()),
+                         [](const ::testing::TestParamInfo<TextCase>& row) {
+                           return std::string(row.param.use->name) + "_" + row.param.text->name;
+                         });
+
+// Numbers: every amount setter of the slip and SSP inputs, then a save.
+TEST_F(HostileInputTest, HostileNumbersNeitherEscapeNorTouchOtherRows) {
+  const std::string before = bystanderRows();
+  for (double number : kNumbers) {
+    SCOPED_TRACE(number);
+    auto slip = slipOf(kTaxpayer, "000002/PPH22");
+    ASSERT_NO_THROW({
+      slip->aB3a4(number);
+      slip->aB3a3(number);
+      slip->aB3b3(number);
+      slip->aNoBukti(number);
+      slip->pHitPjk(0);
+      slip->pUpdate(5, "2013", "0");
+    });
+    auto sector = connected<CF113304>();
+    ASSERT_NO_THROW({
+      sector->pCreateF113304Hdr(kTaxpayer, "F113304", "03", 5, 2013, 0, "000009/PPH22", "112", "PT",
+                                "JL", kToday);
+      sector->pGetF113304(kTaxpayer, "F113304", "03", 5, 2013, 0, "000009/PPH22", "112", "", "",
+                          kToday);
+      sector->pAssignOldValues();
+      sector->pAssignStatus(true, false, false);
+      sector->aB15(number);
+      sector->aB13(number);
+      sector->pUpdate(5, "2013", "0");
+    });
+    auto ssp = connected<CInputPPh22DbyrSdr>();
+    ASSERT_NO_THROW({
+      ssp->pCreateHdr(kTaxpayer, "PPh22ImporDbyrSdr", "11", 5, 2013, 0, "NT-9", "112", "PT", "JL",
+                      kToday);
+      ssp->pGet(kTaxpayer, "PPh22ImporDbyrSdr", "11", 5, 2013, 0, "NT-9", "112", "PT", "JL", kToday,
+                number);
+      ssp->aSEQ(number);
+      ssp->ajmlBruto(number);
+      ssp->aPPH(number);
+      ssp->pHitPjk(1);
+      ssp->pAssignStatus(true, false, false);
+      ssp->pUpdate();
+    });
+    // A month or year beyond 16 bits, given as text.
+    ASSERT_NO_THROW(slip->pUpdate(5, "70000", "-40000"));
+  }
+  EXPECT_EQ(bystanderRows(), before);
+}
+
+}  // namespace
+}  // namespace korvane
