@@ -31,8 +31,8 @@ constexpr const char* kTitles[kColumns] = {
     "Banyak Barang",
     "Satuan Barang",
     "Nilai Impor",
-    "(Nilai Impor API / Harga 1 / Jumlah Penjualan Rokok menurut Bandrol) / Jumlah Penjualan "
-    "Bruto SSP PPh Masa Pasal 22",
+    ("(Nilai Impor API / Harga 1 / Jumlah Penjualan Rokok menurut Bandrol) / Jumlah Penjualan "
+     "Bruto SSP PPh Masa Pasal 22"),
     "Tarif 1",
     "PPh Yang Dipungut 1",
     "Nilai Impor Non-API / Harga 2",
