@@ -92,6 +92,24 @@ void addPeriodOptions(CLI::App* command, PeriodOptions& options) {
                       "Taxpayer number (default: the one in the store's profile)");
 }
 
+void addListCommand(CLI::App* parent, const std::string& description,
+                    void (*list)(Host&, const Period&, bool json, std::ostream& out)) {
+  struct Options {
+    StoreOptions store;
+    PeriodOptions period;
+    bool json = false;
+  };
+  auto o = std::make_shared<Options>();
+  auto* cmd = parent->add_subcommand("list", description);
+  addStoreOptions(cmd, o->store);
+  addPeriodOptions(cmd, o->period);
+  cmd->add_flag("--json", o->json, "Write JSON for scripts");
+  cmd->callback([o, list] {
+    Host host(o->store);
+    list(host, host.period(o->period), o->json, std::cout);
+  });
+}
+
 std::string Period::monthYear() const {
   return (month < 10 ? "0" : "") + std::to_string(month) + "/" + std::to_string(year);
 }

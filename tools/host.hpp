@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 
@@ -57,6 +58,13 @@ struct PeriodOptions {
 };
 // --month and --year (required), --correction and --npwp (default: the profile's).
 void addPeriodOptions(CLI::App* command, PeriodOptions& options);
+
+class Host;
+struct Period;
+// A "list" subcommand of `parent` with the store and period options and --json, which runs
+// `list` on the period.
+void addListCommand(CLI::App* parent, const std::string& description,
+                    void (*list)(Host&, const Period&, bool json, std::ostream& out));
 
 // The taxpayer as DAT_PROFILE holds him.
 struct Profile {

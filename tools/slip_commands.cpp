@@ -480,23 +480,7 @@ void addSlipDelete(CLI::App* slip) {
   });
 }
 
-void addSlipList(CLI::App* slip) {
-  struct Options {
-    StoreOptions store;
-    PeriodOptions period;
-    bool json = false;
-  };
-  auto o = std::make_shared<Options>();
-  auto* cmd = slip->add_subcommand("list", "List the period's slips");
-  addStoreOptions(cmd, o->store);
-  addPeriodOptions(cmd, o->period);
-  cmd->add_flag("--json", o->json, "Write JSON for scripts");
-  cmd->callback([o] {
-    Host host(o->store);
-    const auto period = host.period(o->period);
-    listSlips(host, period, o->json, std::cout);
-  });
-}
+void addSlipList(CLI::App* slip) { addListCommand(slip, "List the period's slips", listSlips); }
 
 }  // namespace
 

@@ -537,23 +537,7 @@ void addSspDelete(CLI::App* ssp) {
   });
 }
 
-void addSspList(CLI::App* ssp) {
-  struct Options {
-    StoreOptions store;
-    PeriodOptions period;
-    bool json = false;
-  };
-  auto o = std::make_shared<Options>();
-  auto* cmd = ssp->add_subcommand("list", "List the period's payment slips");
-  addStoreOptions(cmd, o->store);
-  addPeriodOptions(cmd, o->period);
-  cmd->add_flag("--json", o->json, "Write JSON for scripts");
-  cmd->callback([o] {
-    Host host(o->store);
-    const auto period = host.period(o->period);
-    listSsps(host, period, o->json, std::cout);
-  });
-}
+void addSspList(CLI::App* ssp) { addListCommand(ssp, "List the period's payment slips", listSsps); }
 
 }  // namespace
 
