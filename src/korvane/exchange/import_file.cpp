@@ -58,8 +58,10 @@ std::string trim(std::string_view text) {
 
 bool wholeNumber(const std::string& text, long low, long high, std::int16_t& out) {
   double value;
-  if (!parseNumber(text, value) || value != static_cast<double>(static_cast<long>(value)) ||
-      value < static_cast<double>(low) || value > static_cast<double>(high)) {
+  // The range comes first: casting a number beyond long's range is undefined.
+  if (!parseNumber(text, value) || !(value >= static_cast<double>(low)) ||
+      !(value <= static_cast<double>(high)) ||
+      value != static_cast<double>(static_cast<long>(value))) {
     return false;
   }
   out = static_cast<std::int16_t>(value);
