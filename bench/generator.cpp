@@ -58,31 +58,29 @@ struct RowPlan {
   std::size_t commodity = 0;
 };
 
-std::string_view formOf(Kind kind) {
-  switch (kind) {
-    case Kind::F113303:
-      return "F113303";
-    case Kind::F113304:
-      return "F113304";
-    case Kind::F113304S:
-      return "F113304S";
-    case Kind::F113304A:
-      return "F113304A";
-    case Kind::F113305:
-      return "F113305";
-    case Kind::OilGasFinal:
-      return "PPh22MigasFinal";
-    case Kind::OilGasNotFinal:
-      return "PPh22MigasTdkFinal";
-    case Kind::Import:
-      return "PPh22Impor";
-    case Kind::Other:
-      return "PPh22";
-    case Kind::SelfPaid:
-      return "PPh22ImporDbyrSdr";
-  }
-  return {};
-}
+// Each kind's form code, its document kind (slips only) and its counter in PeriodCounts, in the
+// order of Kind.
+struct KindInfo {
+  std::string_view form;
+  std::string_view documentKind;
+  long PeriodCounts::*count;
+};
+constexpr KindInfo kKinds[] = {
+    {"F113303", "02", &PeriodCounts::f113303},
+    {"F113304", "03", &PeriodCounts::f113304},
+    {"F113304S", "03", &PeriodCounts::f113304S},
+    {"F113304A", "03", &PeriodCounts::f113304A},
+    {"F113305", "04", &PeriodCounts::f113305},
+    {"PPh22MigasFinal", "", &PeriodCounts::oilGasFinal},
+    {"PPh22MigasTdkFinal", "", &PeriodCounts::oilGasNotFinal},
+    {"PPh22Impor", "", &PeriodCounts::importSsp},
+    {"PPh22", "", &PeriodCounts::otherSsp},
+    {"PPh22ImporDbyrSdr", "", &PeriodCounts::selfPaidImport},
+};
+
+const KindInfo& infoOf(Kind kind) { return kKinds[static_cast<std::size_t>(kind)]; }
+std::string_view formOf(Kind kind) { return infoOf(kind).form; }
+bool isSlip(Kind kind) { return kind <= Kind::F113305; }
 
 // Walks the rows of a period of n in order. Sequences start at 0 in each list, as the inputs
 // number them (no row yet: 0, then the highest plus 1).
@@ -90,40 +88,20 @@ template <class Visit>
 void planRows(long n, Visit&& visit) {
   long slips = 0;
   long payments = 0;
-  std::array<long, 2> oilGasSeq{};
-  long importSeq = 0;
-  long otherSeq = 0;
-  long selfPaidSeq = 0;
+  std::array<long, std::size(kKinds)> seqs{};  // the next sequence in each payment-slip list
   for (long i = 0; i < n; ++i) {
     RowPlan plan{kCycle[i % 20], i};
-    switch (plan.kind) {
-      case Kind::F113303:
-      case Kind::F113304:
-      case Kind::F113304S:
-      case Kind::F113304A:
-      case Kind::F113305:
-        plan.number = ++slips;
-        break;
-      case Kind::OilGasFinal:
-      case Kind::OilGasNotFinal:
-        plan.number = ++payments;
-        plan.seq = static_cast<double>(oilGasSeq[plan.kind == Kind::OilGasFinal ? 0 : 1]++);
-        // Mixed so that both kinds of slip meet every commodity.
-        plan.commodity = static_cast<std::size_t>(oilGasSeq[0] + oilGasSeq[1] + i / 20) %
-                         std::size(kCommodities);
-        break;
-      case Kind::Import:
-        plan.number = ++payments;
-        plan.seq = static_cast<double>(importSeq++);
-        break;
-      case Kind::Other:
-        plan.number = ++payments;
-        plan.seq = static_cast<double>(otherSeq++);
-        break;
-      case Kind::SelfPaid:
-        plan.number = ++payments;
-        plan.seq = static_cast<double>(selfPaidSeq++);
-        break;
+    if (isSlip(plan.kind)) {
+      plan.number = ++slips;
+    } else {
+      plan.number = ++payments;
+      plan.seq = static_cast<double>(seqs[static_cast<std::size_t>(plan.kind)]++);
+    }
+    if (plan.kind == Kind::OilGasFinal || plan.kind == Kind::OilGasNotFinal) {
+      // Mixed so that both kinds of slip meet every commodity.
+      const long oilGas = seqs[static_cast<std::size_t>(Kind::OilGasFinal)] +
+                          seqs[static_cast<std::size_t>(Kind::OilGasNotFinal)];
+      plan.commodity = static_cast<std::size_t>(oilGas + i / 20) % std::size(kCommodities);
     }
     visit(plan);
   }
@@ -557,40 +535,7 @@ class Filler {
 
 PeriodCounts countsFor(long n) {
   PeriodCounts counts;
-  planRows(n, [&](const RowPlan& plan) {
-    switch (plan.kind) {
-      case Kind::F113303:
-        ++counts.f113303;
-        break;
-      case Kind::F113304:
-        ++counts.f113304;
-        break;
-      case Kind::F113304S:
-        ++counts.f113304S;
-        break;
-      case Kind::F113304A:
-        ++counts.f113304A;
-        break;
-      case Kind::F113305:
-        ++counts.f113305;
-        break;
-      case Kind::OilGasFinal:
-        ++counts.oilGasFinal;
-        break;
-      case Kind::OilGasNotFinal:
-        ++counts.oilGasNotFinal;
-        break;
-      case Kind::Import:
-        ++counts.importSsp;
-        break;
-      case Kind::Other:
-        ++counts.otherSsp;
-        break;
-      case Kind::SelfPaid:
-        ++counts.selfPaidImport;
-        break;
-    }
-  });
+  planRows(n, [&](const RowPlan& plan) { ++(counts.*infoOf(plan.kind).count); });
   return counts;
 }
 
@@ -610,9 +555,7 @@ std::vector<RowRef> sampleRows(long n, std::string_view formCode, std::size_t co
   std::vector<RowRef> all;
   planRows(n, [&](const RowPlan& plan) {
     if (formOf(plan.kind) != formCode) return;
-    const bool slip = plan.kind == Kind::F113303 || plan.kind == Kind::F113304 ||
-                      plan.kind == Kind::F113304S || plan.kind == Kind::F113304A ||
-                      plan.kind == Kind::F113305;
+    const bool slip = isSlip(plan.kind);
     const Party party = partyOf(plan.i, n);
     all.push_back({slip ? slipNumber(plan.number) : paymentNumber(plan.number), plan.seq,
                    std::string(kCommodities[plan.commodity]), party.npwp, party.name,
@@ -669,15 +612,11 @@ PeriodCounts generateStore(const std::string& path, long n, const Period& period
     planRows(n, [&](const RowPlan& plan) {
       switch (plan.kind) {
         case Kind::F113303:
-          filler.slip(plan, "02");
-          break;
         case Kind::F113304:
         case Kind::F113304S:
         case Kind::F113304A:
-          filler.slip(plan, "03");
-          break;
         case Kind::F113305:
-          filler.slip(plan, "04");
+          filler.slip(plan, infoOf(plan.kind).documentKind);
           break;
         case Kind::OilGasFinal:
         case Kind::OilGasNotFinal:
