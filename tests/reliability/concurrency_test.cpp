@@ -5,15 +5,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <string>
 
-#include "korvane/exchange/import.hpp"
 #include "korvane/korvane.hpp"
 #include "support/store_fixture.hpp"
 
@@ -22,15 +18,13 @@ namespace {
 
 constexpr int kSlipsPerProcess = 12;
 
-std::string slipNumber(int n) {
-  char text[16];
-  std::snprintf(text, sizeof text, "%06d/PPH22", n);
-  return text;
-}
+std::string slipNumber(int n) { return std::to_string(100000 + n) + "/PPH22"; }
 
 class ConcurrencyTest : public testing::StoreTest {
  protected:
-  void beginPeriod() {
+  void SetUp() override {
+    StoreTest::SetUp();
+    if (!embeddedStore()) GTEST_SKIP() << "embedded store only";
     insertProfile();
     connected<CF113202>()->pCreateF113202Hdr(kNpwp, "F113202", "01", 5, 2013, 0, "-", "112",
                                              "PT MAJU JAYA", "JL. SUDIRMAN 1", Date(2013, 6, 15),
@@ -53,43 +47,35 @@ class ConcurrencyTest : public testing::StoreTest {
     slip->pUpdate(5, "2013", "0");
   }
 
-  // Runs body in a child process whose lines come back through a pipe.
+  // Runs body in a child process; what it prints comes back through the returned stream.
   template <class Body>
-  pid_t spawn(int& readEnd, Body body) {
+  std::FILE* spawn(pid_t& pid, Body body) {
     int ends[2];
-    if (pipe(ends) != 0) ADD_FAILURE() << "no pipe";
-    const pid_t pid = fork();
+    EXPECT_EQ(pipe(ends), 0);
+    pid = fork();
     if (pid == 0) {
-      close(ends[0]);
-      FILE* out = fdopen(ends[1], "w");
+      std::FILE* out = fdopen(ends[1], "w");
       setvbuf(out, nullptr, _IOLBF, 0);
       body(out);
-      std::fflush(out);
+      std::fclose(out);
       _exit(0);
     }
     close(ends[1]);
-    readEnd = ends[0];
-    return pid;
+    return fdopen(ends[0], "r");
   }
 
-  static std::string readAll(int fd) {
-    std::string text;
-    char buffer[512];
-    for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;) text.append(buffer, buffer + n);
-    close(fd);
-    return text;
+  static int waitFor(pid_t pid) {
+    int status = 0;
+    EXPECT_EQ(waitpid(pid, &status, 0), pid);
+    return status;
   }
-
-  std::string integrity() { return scalar("PRAGMA integrity_check").text(); }
 };
 
 TEST_F(ConcurrencyTest, TwoProcessesSavingSlipsLoseNothingSilently) {
-  if (!embeddedStore()) GTEST_SKIP() << "embedded store only";
-  beginPeriod();
-  int pipes[2];
   pid_t children[2];
+  std::FILE* pipes[2];
   for (int child = 0; child < 2; ++child) {
-    children[child] = spawn(pipes[child], [&, child](FILE* out) {
+    pipes[child] = spawn(children[child], [&, child](std::FILE* out) {
       for (int i = 0; i < kSlipsPerProcess; ++i) {
         const int number = 1 + child + 2 * i;
         const std::size_t before = messages().size();
@@ -100,21 +86,15 @@ TEST_F(ConcurrencyTest, TwoProcessesSavingSlipsLoseNothingSilently) {
   }
   std::map<int, std::string> outcome;
   for (int child = 0; child < 2; ++child) {
-    const std::string lines = readAll(pipes[child]);
-    int status = 0;
-    ASSERT_EQ(waitpid(children[child], &status, 0), children[child]);
-    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
     int number = 0;
     char word[16];
-    for (const char* at = lines.c_str(); std::sscanf(at, "%d %15s", &number, word) == 2;) {
-      outcome[number] = word;
-      at = std::strchr(at, '\n');
-      if (!at) break;
-      ++at;
-    }
+    while (std::fscanf(pipes[child], "%d %15s", &number, word) == 2) outcome[number] = word;
+    std::fclose(pipes[child]);
+    const int status = waitFor(children[child]);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
   }
 
-  EXPECT_EQ(integrity(), "ok");
+  EXPECT_EQ(scalar("PRAGMA integrity_check").text(), "ok");
   ASSERT_EQ(outcome.size(), 2u * kSlipsPerProcess);
   long reported = 0;
   long stored = 0;
@@ -130,45 +110,38 @@ TEST_F(ConcurrencyTest, TwoProcessesSavingSlipsLoseNothingSilently) {
   // Write-back conflicts on the main return or the counter do happen here, and are reported.
   // Every slip whose save was not reported is carried by the main return: no update was lost
   // silently.
-  CF113202 mainReturn;
-  mainReturn.pAssignConStr(store(), user(), password());
-  mainReturn.pGetF113202(kNpwp, 5, 2013, 0);
-  const double carried = mainReturn.rs22Form()->Fields("B4a3").Value().toDouble();
+  auto mainReturn = connected<CF113202>();
+  mainReturn->pGetF113202(kNpwp, 5, 2013, 0);
+  const double carried = mainReturn->rs22Form()->Fields("B4a3").Value().toDouble();
   EXPECT_GE(carried, 100.0 * (stored - reported));
   EXPECT_LE(carried, 100.0 * stored);
 }
 
 TEST_F(ConcurrencyTest, ImportKilledHalfWayLeavesASoundStore) {
-  if (!embeddedStore()) GTEST_SKIP() << "embedded store only";
-  beginPeriod();
   for (int n = 1; n <= 60; ++n) saveSlip(slipNumber(n));
   const auto into = folder() / "out";
   std::filesystem::create_directories(into);
   connected<CEksporBP>()->pEksporPPh(kNpwp, 22, "5", "2013", 0, into.string() + "/", "Pemungut");
   connected<CGeneralClass>()->pDelete(kNpwp, "112", 5, 2013, 0);
-  const std::string file = (into / "Ravelin.CSV").string();
 
-  int readEnd = -1;
-  const pid_t child = spawn(readEnd, [&](FILE* out) {
+  pid_t child = 0;
+  std::FILE* in = spawn(child, [&](std::FILE* out) {
     auto importer = connected<CImporBP>();
     importer->onProgress([out](long done, long) { std::fprintf(out, "%ld\n", done); });
-    importer->pImporPPh(kNpwp, 22, file, "Pemungut");
+    importer->pImporPPh(kNpwp, 22, (into / "Ravelin.CSV").string(), "Pemungut");
   });
   // Killed once a few lines are in.
-  FILE* in = fdopen(readEnd, "r");
   long done = 0;
   while (done < 3 && std::fscanf(in, "%ld", &done) == 1) {
   }
   kill(child, SIGKILL);
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
+  const int status = waitFor(child);
   std::fclose(in);
   ASSERT_TRUE(WIFSIGNALED(status)) << "the import ended before it was killed";
 
-  EXPECT_EQ(integrity(), "ok");
+  EXPECT_EQ(scalar("PRAGMA integrity_check").text(), "ok");
   clearMessages();
-  auto general = connected<CGeneralClass>();
-  EXPECT_NE(general->pGetRecordDbase("SELECT * FROM DS_FORM_INDUK"), nullptr);
+  EXPECT_NE(connected<CGeneralClass>()->pGetRecordDbase("SELECT * FROM DS_FORM_INDUK"), nullptr);
   EXPECT_TRUE(messages().empty());
 }
 

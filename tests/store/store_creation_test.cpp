@@ -5,127 +5,34 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
-#include <filesystem>
 #include <fstream>
-#include <string>
-#include <vector>
 
-#include "korvane/store/error.hpp"
 #include "korvane/store/schema.hpp"
 #include "support/store_fixture.hpp"
 
 namespace korvane::testing {
 namespace {
 
-std::string upper(std::string text) {
-  for (auto& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return text;
+std::string upper(std::string_view text) {
+  std::string out(text);
+  for (auto& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return out;
 }
-
-struct TableCase {
-  const char* table;
-  // The leading columns in insertion order (the components insert without column lists).
-  std::vector<std::string> columns;
-};
-
-const TableCase kTables[] = {
-    {"DS_FORM_INDUK",
-     {"NPWP", "KD_FORM", "JENIS_DOKUMEN", "MS_PAJAK", "TH_PAJAK", "KD_PEMBETULAN_KE", "NOBUKTI",
-      "KD_JENIS_PAJAK", "DAT_FORM", "TGL_REKAM", "TGL_UBAH", "NIP"}},
-    {"DAT_SSP_PPh22",
-     {"NPWP", "KD_FORM", "JENIS_DOKUMEN", "MS_PAJAK", "TH_PAJAK", "KD_PEMBETULAN_KE", "NOBUKTI",
-      "KD_JENIS_PAJAK", "DAT_FORM", "TGL_REKAM", "TGL_UBAH"}},
-    {"DS_FORM_LAMPIRAN",
-     {"KD_FORM", "MS_PAJAK", "TH_PAJAK", "KD_PEMBETULAN_KE", "COLLNO", "SEQ", "NOBUKTI",
-      "DAT_FORM"}},
-    {"LAMPIRAN_SSP_PPh22",
-     {"KD_FORM", "MS_PAJAK", "TH_PAJAK", "KD_PEMBETULAN_KE", "COLLNO", "SEQ", "NOBUKTI",
-      "DAT_FORM"}},
-    {"SETTING_NOBUKTI_PPH", {"PASAL", "NO_URUT", "FORMAT_STRING"}},
-    {"SETTING_TARIF_PPH", {}},
-    {"JENIS_KOMODITI", {"KODE_KOMODITI", "NAMA_KOMODITI"}},
-    {"BURSA", {}},
-    {"DAT_PROFILE", {"NPWP", "NAMA_WP_PROFILE"}},
-    {"PROFILE", {"NPWP", "NAMA_WP_PROFILE"}},
-    {"DS_REF_JENIS_PAJAK", {"KD_JENIS_PAJAK"}},
-    {"DAT_PARTNER", {"NPWP_PARTNER", "NAMA_PARTNER", "ALAMAT_PARTNER"}},
-    {"PARTNER_INFO", {}},
-    {"DATSSP",
-     {"NPWP", "MSPJK", "THPJK", "KDMAP", "KDJNSSTR", "TGLSSP", "NTPP", "JMLBYR", "KdJnsForm",
-      "KdPmbtln"}},
-    {"datPBKPPhMasa", {}},
-    {"RefPTKP", {}},
-    {"SETTING_UMP_PPH_MASA", {}},
-    {"refSchForm", {}},
-    {"REF_JASA_PER178_2006", {"KODE_KOMODITI", "NAMA_KOMODITI", "PASAL", "TARIF_NETTO"}},
-    {"REF_JASA_PER70_2007", {"KODE_KOMODITI", "NAMA_KOMODITI", "PASAL", "TARIF_NETTO"}},
-    {"REF_JASA_PMK244", {"KODE_KOMODITI", "NAMA_KOMODITI", "PASAL", "TARIF_NETTO"}},
-};
-
-class StoreCreationTableTest : public StoreTest, public ::testing::WithParamInterface<TableCase> {};
-
-TEST_P(StoreCreationTableTest, TableExistsWithItsColumnsInOrder) {
-  auto rs = query(std::string("SELECT * FROM ") + GetParam().table);
-  ASSERT_TRUE(rs);
-  const auto& expected = GetParam().columns;
-  ASSERT_GE(rs->columnCount(), expected.size());
-  for (std::size_t i = 0; i < expected.size(); ++i) {
-    EXPECT_EQ(upper(rs->columnNames()[i]), upper(expected[i])) << "column " << i;
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Tables, StoreCreationTableTest, ::testing::ValuesIn(kTables),
-                         [](const auto& param) { return std::string(param.param.table); });
 
 class StoreCreationTest : public StoreTest {};
 
-TEST_F(StoreCreationTest, EveryTableOfTheSchemaIsThere) {
+// Where the components insert without column lists, the forms' own tests find a column out of
+// order; here the store is held to the schema, and the empty tables to being empty.
+TEST_F(StoreCreationTest, EveryTableOfTheSchemaIsThereWithItsColumnsInOrder) {
+  EXPECT_EQ(store::tables().size(), 21u);
   for (const auto& table : store::tables()) {
     SCOPED_TRACE(std::string(table.name));
-    auto rs = query("SELECT * FROM " + std::string(table.name));
-    EXPECT_EQ(rs->columnCount(), table.columns.size());
+    auto names = query("SELECT * FROM " + std::string(table.name))->columnNames();
+    ASSERT_EQ(names.size(), table.columns.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      EXPECT_EQ(upper(names[i]), upper(table.columns[i].name));
+    }
   }
-  // The components name every table they use; the test list above covers the same ones.
-  EXPECT_EQ(store::tables().size(), std::size(kTables));
-}
-
-TEST_F(StoreCreationTest, DocumentKindsOfTheReturnAreThere) {
-  auto kinds =
-      query("SELECT * FROM DS_REF_JENIS_PAJAK WHERE KD_JENIS_PAJAK = '112' ORDER BY KD_DOK_SPT");
-  ASSERT_EQ(kinds->RecordCount(), 14);
-  for (int code = 1; code <= 14; ++code) {
-    char expected[3] = {static_cast<char>('0' + code / 10), static_cast<char>('0' + code % 10)};
-    EXPECT_EQ(kinds->Fields("KD_DOK_SPT").Value().text(), expected);
-    EXPECT_FALSE(kinds->Fields("URAIAN").Value().text().empty());
-    kinds->MoveNext();
-  }
-  EXPECT_EQ(count("SELECT COUNT(*) FROM DS_REF_JENIS_PAJAK"), 14);
-  EXPECT_EQ(scalar("SELECT URAIAN FROM DS_REF_JENIS_PAJAK WHERE KD_DOK_SPT = '01'").text(),
-            "SPT Masa PPh Pasal 22");
-}
-
-struct RateCase {
-  const char* form;
-  const char* item;
-  double rate;
-};
-
-TEST_F(StoreCreationTest, ArticleTwentyTwoRatesAreThere) {
-  const RateCase rates[] = {
-      {"F113303", "B3a4", 2.5}, {"F113303", "B3b4", 7.5}, {"F113305", "B2", 1.5}};
-  for (const auto& r : rates) {
-    SCOPED_TRACE(std::string(r.form) + " " + r.item);
-    auto rs = query(std::string("SELECT * FROM SETTING_TARIF_PPH WHERE PASAL = 22 AND "
-                                "KODE_FORM = '") +
-                    r.form + "' AND ITEM_PENGHASILAN = '" + r.item + "'");
-    ASSERT_EQ(rs->RecordCount(), 1);
-    EXPECT_EQ(rs->Fields("TARIF_JML_BRUTO").Value().toDouble(), r.rate);
-  }
-  EXPECT_GT(count("SELECT COUNT(*) FROM SETTING_TARIF_PPH"), 0);
-  EXPECT_EQ(count("SELECT COUNT(*) FROM SETTING_TARIF_PPH WHERE PASAL <> 22"), 0);
-}
-
-TEST_F(StoreCreationTest, FormAndCommodityTablesStartEmpty) {
   for (const char* table : {"JENIS_KOMODITI", "DS_FORM_INDUK", "DAT_SSP_PPh22", "DS_FORM_LAMPIRAN",
                             "LAMPIRAN_SSP_PPh22", "SETTING_NOBUKTI_PPH", "DATSSP", "DAT_PROFILE"}) {
     EXPECT_EQ(count(std::string("SELECT COUNT(*) FROM ") + table), 0) << table;
@@ -143,10 +50,10 @@ TEST_F(StoreCreationTest, CounterAndServiceTablesHaveTheirKeys) {
 
 TEST_F(StoreCreationTest, IndexesOfTheLookupsExist) {
   if (!embeddedStore()) GTEST_SKIP() << "reads the embedded store's catalogue";
-  std::size_t expected = 0;
+  std::size_t indexes = 0;
   for (const auto& table : store::tables()) {
     for (const auto& index : table.indexes) {
-      ++expected;
+      ++indexes;
       EXPECT_EQ(
           count("SELECT COUNT(*) FROM sqlite_master WHERE type = 'index' AND name = '" +
                 std::string(index.name) + "' AND tbl_name = '" + std::string(table.name) + "'"),
@@ -154,7 +61,7 @@ TEST_F(StoreCreationTest, IndexesOfTheLookupsExist) {
           << index.name;
     }
   }
-  EXPECT_GE(expected, 10u);
+  EXPECT_GE(indexes, 10u);
   // The period lookup of the headers is answered from an index.
   auto plan = query(
       "EXPLAIN QUERY PLAN SELECT * FROM DS_FORM_INDUK WHERE KD_FORM = 'F113202' AND "
@@ -164,48 +71,33 @@ TEST_F(StoreCreationTest, IndexesOfTheLookupsExist) {
   EXPECT_NE(details.find("USING INDEX"), std::string::npos) << details;
 }
 
-TEST_F(StoreCreationTest, ExistingFileIsRefusedAndLeftAlone) {
-  if (!embeddedStore()) GTEST_SKIP() << "creates embedded store files";
-  exec("INSERT INTO DAT_PARTNER VALUES ('01', 'PT A', 'JAKARTA')");
-  try {
-    store::createStore(store());
-    ADD_FAILURE() << "an existing store was created again";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.number(), errc::kFile);
-    EXPECT_EQ(e.description(), "The store " + store() + " already exists.");
-  }
-  EXPECT_EQ(count("SELECT COUNT(*) FROM DAT_PARTNER"), 1);
-
-  // Any existing file, not only a store.
-  const auto text = (folder() / "notes.db").string();
-  std::ofstream(text) << "not a store";
-  EXPECT_THROW(store::createStore(text), Error);
-  std::ifstream in(text);
-  std::string content;
-  std::getline(in, content);
-  EXPECT_EQ(content, "not a store");
-}
-
-TEST_F(StoreCreationTest, CreatesMissingFoldersAndTheFullStore) {
+TEST_F(StoreCreationTest, CreatesMissingFoldersButNeitherOverwritesAFileNorBuildsInsideOne) {
   if (!embeddedStore()) GTEST_SKIP() << "creates embedded store files";
   const auto path = (folder() / "a" / "b" / "new.db").string();
   store::createStore(path);
   auto connection = store::Connection::openDataSource(path, "", "");
   EXPECT_EQ(connection->query("SELECT * FROM DS_REF_JENIS_PAJAK").rows.size(), 14u);
   EXPECT_EQ(connection->query("SELECT * FROM DS_FORM_INDUK").rows.size(), 0u);
-}
 
-TEST_F(StoreCreationTest, FileThatCannotBeMadeIsReportedAndNothingIsLeft) {
-  if (!embeddedStore()) GTEST_SKIP() << "creates embedded store files";
-  // The store file itself stands where a folder would have to be.
-  const auto path = store() + "/inside.db";
-  try {
-    store::createStore(path);
-    ADD_FAILURE() << "a store was made inside a file";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.number(), errc::kFile);
-    EXPECT_EQ(e.description(), "The store " + path + " cannot be created.");
+  exec("INSERT INTO DAT_PARTNER VALUES ('01', 'PT A', 'JAKARTA')");
+  const auto notes = (folder() / "notes.db").string();  // any existing file, not only a store
+  std::ofstream(notes) << "not a store";
+  const auto inside = store() + "/inside.db";  // the store file stands where a folder would
+  const std::pair<std::string, std::string> refused[] = {
+      {store(), "The store " + store() + " already exists."},
+      {notes, "The store " + notes + " already exists."},
+      {inside, "The store " + inside + " cannot be created."}};
+  for (const auto& [target, description] : refused) {
+    try {
+      store::createStore(target);
+      ADD_FAILURE() << target << " was created";
+    } catch (const Error& e) {
+      EXPECT_EQ(e.number(), errc::kFile);
+      EXPECT_EQ(e.description(), description);
+    }
   }
+  EXPECT_EQ(count("SELECT COUNT(*) FROM DAT_PARTNER"), 1);
+  EXPECT_EQ(fileText(notes), "not a store");
   EXPECT_TRUE(std::filesystem::is_regular_file(store()));
 }
 

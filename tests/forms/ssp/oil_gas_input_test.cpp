@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "korvane/forms/main/main_return.hpp"
@@ -15,32 +16,34 @@ namespace {
 constexpr const char* kName = "PT MAJU JAYA";
 constexpr const char* kAddress = "JL. SUDIRMAN 1 JAKARTA";
 const Date kToday(2013, 6, 10);
+using Slip = std::shared_ptr<ssp::OilGasInput>;
 
-// What a host sees of each class: its codes, its list collection and total fields, and the
-// main-return line it moves.
-template <class T>
-struct Kind;
-template <>
-struct Kind<CInputMigasFinal> {
-  static constexpr const char* kForm = "PPh22MigasFinal";
-  static constexpr const char* kDocument = "05";
-  static constexpr std::int16_t kCollection = 0;
-  static constexpr const char* kListGross = "I5";
-  static constexpr const char* kListTax = "I6";
-  static constexpr const char* kRowGross = "A5";
-  static constexpr const char* kReturnGross = "B6a3";
-  static constexpr const char* kReturnTax = "B6a4";
+// What a host sees of each class: its codes, its list collection and totals, its return lines.
+struct Codes {
+  const char* className;
+  const char *form, *document;
+  std::int16_t collection;
+  const char *listGross, *listTax, *returnGross, *returnTax;
+  bool npwpInLoad;  // kept: the final class loads without an NPWP condition
+  Slip (*make)();
 };
-template <>
-struct Kind<CInputMigasTdkFinal> {
-  static constexpr const char* kForm = "PPh22MigasTdkFinal";
-  static constexpr const char* kDocument = "06";
-  static constexpr std::int16_t kCollection = 1;
-  static constexpr const char* kListGross = "II5";
-  static constexpr const char* kListTax = "II6";
-  static constexpr const char* kRowGross = "B5";
-  static constexpr const char* kReturnGross = "B6b3";
-  static constexpr const char* kReturnTax = "B6b4";
+template <class T>
+Slip make() {
+  return std::make_shared<T>();
+}
+const Codes kFinal{
+    "CInputMigasFinal",    "PPh22MigasFinal", "05", 0, "I5", "I6", "B6a3", "B6a4", false,
+    make<CInputMigasFinal>};
+const Codes kNotFinal{
+    "CInputMigasTdkFinal",    "PPh22MigasTdkFinal", "06", 1, "II5", "II6", "B6b3", "B6b4", true,
+    make<CInputMigasTdkFinal>};
+void PrintTo(const Codes& c, std::ostream* os) { *os << c.className; }
+
+// After a step: the commodity's list totals of one class, its return lines and the SSP count,
+// and how many slip rows and list rows the class has.
+struct Carried {
+  double listGross, listTax, returnGross, returnTax, ssps;
+  long slipRows, listRows;
 };
 
 class OilGasInputFixture : public testing::StoreTest {
@@ -48,27 +51,38 @@ class OilGasInputFixture : public testing::StoreTest {
   void SetUp() override {
     StoreTest::SetUp();
     insertProfile();
-    auto mainReturn = connected<CF113202>();
-    mainReturn->pCreateF113202Hdr(kNpwp, "F113202", "01", 5, 2013, 0, "-", "112", kName, kAddress,
-                                  kToday, kToday, "Pemungut");
+    connected<CF113202>()->pCreateF113202Hdr(kNpwp, "F113202", "01", 5, 2013, 0, "-", "112", kName,
+                                             kAddress, kToday, kToday, "Pemungut");
     exec(
         "UPDATE JENIS_KOMODITI SET TARIF_NETTO = 0.3 WHERE NAMA_KOMODITI IN "
         "('SOLAR', 'PREMIUM')");
   }
 
-  // A new slip as a host begins it: the row is made, loaded (sequence 0) and its old values
-  // taken; the buyer and the sequence are filled in.
-  template <class T>
-  std::shared_ptr<T> newSlip(const std::string& nttp, const std::string& commodity) {
-    auto slip = connected<T>();
+  Slip slipOf(const Codes& c) {
+    auto slip = c.make();
+    slip->pAssignConStr(store(), user(), password());
+    return slip;
+  }
+
+  // A slip as a host opens it: the commodities opened, the row loaded and, if found, its old
+  // values taken.
+  Slip loadSlip(const Codes& c, const std::string& nttp, const std::string& commodity, double seq,
+                const std::string& npwp = kNpwp) {
+    auto slip = slipOf(c);
     slip->getTaxRate();
-    slip->pCreateHdr(kNpwp, Kind<T>::kForm, Kind<T>::kDocument, 5, 2013, 0, nttp, "112", kName,
-                     kAddress, kToday, commodity, "Pemungut");
-    slip->pGet(kNpwp, Kind<T>::kForm, Kind<T>::kDocument, 5, 2013, 0, nttp, "112", kName, kAddress,
-               kToday, 0, commodity);
-    slip->pAssignOldValues();
+    slip->pGet(npwp, c.form, c.document, 5, 2013, 0, nttp, "112", kName, kAddress, kToday, seq,
+               commodity);
+    if (slip->rs22Form()->RecordCount() > 0) slip->pAssignOldValues();
+    return slip;
+  }
+
+  // A new slip: its row made and loaded, the buyer and the next sequence filled in.
+  Slip newSlip(const Codes& c, const std::string& nttp, const std::string& commodity) {
+    slipOf(c)->pCreateHdr(kNpwp, c.form, c.document, 5, 2013, 0, nttp, "112", kName, kAddress,
+                          kToday, commodity, "Pemungut");
+    auto slip = loadSlip(c, nttp, commodity, 0);
     double seq = -1;
-    slip->pGetMaxSeqNo(5, 2013, 0, Kind<T>::kCollection, seq);
+    slip->pGetMaxSeqNo(5, 2013, 0, c.collection, seq);
     slip->aSEQ(seq);
     slip->aNPWPLT("023456789012000");
     slip->aNMWPLT("PT PEMBELI");
@@ -77,24 +91,18 @@ class OilGasInputFixture : public testing::StoreTest {
     return slip;
   }
 
-  template <class T>
-  double addSlip(const std::string& nttp, const std::string& commodity, double gross) {
-    auto slip = newSlip<T>(nttp, commodity);
-    slip->ajmlBruto(gross);
-    slip->pHitPjk(1);
-    slip->pAssignStatus(true, false, false);
-    slip->pUpdate();
-    return slip->rs22Form()->Fields("SEQ").Value().toDouble();
+  static double save(ssp::OilGasInput& slip, bool adding) {
+    slip.pHitPjk(1);
+    slip.pAssignStatus(adding, !adding, false);
+    slip.pUpdate();
+    return slip.rs22Form()->Fields("SEQ").Value().toDouble();
   }
 
-  template <class T>
-  std::shared_ptr<T> loadSlip(const std::string& nttp, const std::string& commodity, double seq) {
-    auto slip = connected<T>();
-    slip->getTaxRate();
-    slip->pGet(kNpwp, Kind<T>::kForm, Kind<T>::kDocument, 5, 2013, 0, nttp, "112", kName, kAddress,
-               kToday, seq, commodity);
-    slip->pAssignOldValues();
-    return slip;
+  double addSlip(const Codes& c, const std::string& nttp, const std::string& commodity,
+                 double gross) {
+    auto slip = newSlip(c, nttp, commodity);
+    slip->ajmlBruto(gross);
+    return save(*slip, true);
   }
 
   double listTotal(const std::string& commodity, const char* field) {
@@ -118,303 +126,156 @@ class OilGasInputFixture : public testing::StoreTest {
     return count("SELECT COUNT(*) FROM LAMPIRAN_SSP_PPh22 WHERE KD_FORM = 'D113202' AND COLLNO = " +
                  std::to_string(collection));
   }
-};
 
-// ---- Both classes ------------------------------------------------------------------------
-
-template <class T>
-class CInputMigasBothTest : public OilGasInputFixture {};
-
-struct ClassNames {
-  template <class T>
-  static std::string GetName(int) {
-    return T().className();
+  void expectCarried(const char* step, const Codes& c, const char* commodity, const Carried& e) {
+    SCOPED_TRACE(step);
+    EXPECT_EQ(listTotal(commodity, c.listGross), e.listGross);
+    EXPECT_EQ(listTotal(commodity, c.listTax), e.listTax);
+    EXPECT_EQ(returnLine(c.returnGross), e.returnGross);
+    EXPECT_EQ(returnLine(c.returnTax), e.returnTax);
+    EXPECT_EQ(returnLine("c2"), e.ssps);
+    EXPECT_EQ(sspRows(c.form), e.slipRows);
+    EXPECT_EQ(listRows(c.collection), e.listRows);
   }
 };
-using OilGasInputs = ::testing::Types<CInputMigasFinal, CInputMigasTdkFinal>;
-TYPED_TEST_SUITE(CInputMigasBothTest, OilGasInputs, ClassNames);
 
-TYPED_TEST(CInputMigasBothTest, AddEditAndDeleteCarryIntoTheListAndTheMainReturn) {
-  using K = Kind<TypeParam>;
-  const double seq = this->template addSlip<TypeParam>("NT-1", "SOLAR", 100000);
+class CInputMigasTest : public OilGasInputFixture, public ::testing::WithParamInterface<Codes> {};
 
-  EXPECT_EQ(this->sspRows(K::kForm), 1);
-  EXPECT_EQ(this->listRows(K::kCollection), 1);
-  EXPECT_EQ(this->listTotal("SOLAR", K::kListGross), 100000);
-  EXPECT_EQ(this->listTotal("SOLAR", K::kListTax), 300);
-  EXPECT_EQ(this->returnLine(K::kReturnGross), 100000);
-  EXPECT_EQ(this->returnLine(K::kReturnTax), 300);
-  EXPECT_EQ(this->returnLine("c2"), 1);
+// One slip of the other class shares the NTTP all along and must come out untouched.
+TEST_P(CInputMigasTest, SlipsCarryIntoTheListAndTheMainReturnThroughAddEditMoveAndDelete) {
+  const Codes& c = GetParam();
+  const Codes& other = c.collection == kFinal.collection ? kNotFinal : kFinal;
+  auto probe = slipOf(c);
+  double seq = -1;
+  probe->pGetMaxSeqNo(5, 2013, 0, c.collection, seq);
+  EXPECT_EQ(seq, 0);
+  RecordsetPtr used;
+  probe->pCheckNTTP(kNpwp, 2013, "NT-1", 5, 0, used);
+  ASSERT_NE(used, nullptr);
+  EXPECT_EQ(used->RecordCount(), 0);
+  addSlip(other, "NT-1", "SOLAR", 40000);
+  probe->pCheckNTTP(kNpwp, 2013, "NT-1", 5, 0, used);
+  EXPECT_EQ(used->RecordCount(), 0);
 
-  auto edit = this->template loadSlip<TypeParam>("NT-1", "SOLAR", seq);
+  EXPECT_EQ(addSlip(c, "NT-1", "SOLAR", 100000), 0);
+  probe->pCheckNTTP(kNpwp, 2013, "NT-1", 5, 0, used);
+  EXPECT_EQ(used->RecordCount(), 1);
+  expectCarried("added", c, "SOLAR", {100000, 300, 100000, 300, 2, 1, 1});
+  EXPECT_EQ(
+      scalar("SELECT DAT_FORM FROM DAT_SSP_PPh22 WHERE KD_FORM = '" + std::string(c.form) + "'")
+          .text(),
+      "5;2013;0;SOLAR;012345678901000;PT MAJU JAYA;JL. SUDIRMAN 1 JAKARTA;023456789012000;"
+      "PT PEMBELI;JL. THAMRIN 2;20/05/2013;100000;300;NT-1;0;");
+  EXPECT_EQ(loadSlip(c, "NT-1", "SOLAR", 0, "099999999999000")->rs22Form()->RecordCount(),
+            c.npwpInLoad ? 0 : 1);
+  EXPECT_EQ(loadSlip(c, "NT-1", "SOLAR", 1)->rs22Form()->RecordCount(), 0);
+
+  EXPECT_EQ(addSlip(c, "NT-2", "SOLAR", 50000), 1);
+  expectCarried("second", c, "SOLAR", {150000, 450, 150000, 450, 3, 2, 2});
+
+  auto edit = loadSlip(c, "NT-1", "SOLAR", 0);
   ASSERT_EQ(edit->rs22Form()->RecordCount(), 1);
   edit->ajmlBruto(150000);
-  edit->pHitPjk(1);
-  edit->pAssignStatus(false, true, false);
-  edit->pUpdate();
+  save(*edit, false);
+  expectCarried("edited", c, "SOLAR", {200000, 600, 200000, 600, 3, 2, 2});
 
-  EXPECT_EQ(this->sspRows(K::kForm), 1);
-  EXPECT_EQ(this->listRows(K::kCollection), 1);
-  EXPECT_EQ(this->listTotal("SOLAR", K::kListGross), 150000);
-  EXPECT_EQ(this->listTotal("SOLAR", K::kListTax), 450);
-  EXPECT_EQ(this->returnLine(K::kReturnGross), 150000);
-  EXPECT_EQ(this->returnLine(K::kReturnTax), 450);
-  EXPECT_EQ(this->returnLine("c2"), 1);
-
-  auto remove = this->template connected<TypeParam>();
-  remove->pDeleteForm(testing::StoreTest::kNpwp, K::kForm, K::kDocument, 5, 2013, 0, "NT-1", "112",
-                      "SOLAR", seq);
-
-  EXPECT_EQ(this->sspRows(K::kForm), 0);
-  EXPECT_EQ(this->listRows(K::kCollection), 0);
-  EXPECT_EQ(this->listTotal("SOLAR", K::kListGross), 0);
-  EXPECT_EQ(this->listTotal("SOLAR", K::kListTax), 0);
-  EXPECT_EQ(this->returnLine(K::kReturnGross), 0);
-  EXPECT_EQ(this->returnLine(K::kReturnTax), 0);
-  EXPECT_EQ(this->returnLine("c2"), 0);
-  EXPECT_TRUE(this->messages().empty());
-}
-
-TYPED_TEST(CInputMigasBothTest, MovingASlipToAnotherCommodityMovesItsTotals) {
-  using K = Kind<TypeParam>;
-  const double seq = this->template addSlip<TypeParam>("NT-1", "SOLAR", 100000);
-
-  auto edit = this->template loadSlip<TypeParam>("NT-1", "SOLAR", seq);
+  edit = loadSlip(c, "NT-1", "SOLAR", 0);
   edit->aPenjualan("PREMIUM");
   edit->ajmlBruto(200000);
-  edit->pAssignStatus(false, true, false);
-  edit->pUpdate();
-
-  EXPECT_EQ(this->listTotal("SOLAR", K::kListGross), 0);
-  EXPECT_EQ(this->listTotal("SOLAR", K::kListTax), 0);
-  EXPECT_EQ(this->listTotal("PREMIUM", K::kListGross), 200000);
-  EXPECT_EQ(this->listTotal("PREMIUM", K::kListTax), 600);
-  EXPECT_EQ(this->returnLine(K::kReturnGross), 200000);
-  EXPECT_EQ(this->returnLine("c2"), 1);
-
-  // One slip and one list row, both under the new commodity.
-  EXPECT_EQ(this->sspRows(K::kForm), 1);
-  EXPECT_EQ(this->listRows(K::kCollection), 1);
-  EXPECT_NE(this->scalar("SELECT DAT_FORM FROM LAMPIRAN_SSP_PPh22").text().find(";PREMIUM;"),
+  save(*edit, false);
+  expectCarried("moved", c, "PREMIUM", {200000, 600, 250000, 750, 3, 2, 2});
+  EXPECT_EQ(listTotal("SOLAR", c.listGross), 50000);
+  EXPECT_EQ(listTotal("SOLAR", c.listTax), 150);
+  EXPECT_NE(scalar("SELECT DAT_FORM FROM LAMPIRAN_SSP_PPh22 WHERE NOBUKTI = 'NT-1' AND COLLNO = " +
+                   std::to_string(c.collection))
+                .text()
+                .find(";PREMIUM;"),
             std::string::npos);
-  auto reloaded = this->template loadSlip<TypeParam>("NT-1", "PREMIUM", seq);
-  EXPECT_EQ(reloaded->rs22Form()->RecordCount(), 1);
-  EXPECT_TRUE(this->messages().empty());
-}
+  EXPECT_EQ(loadSlip(c, "NT-1", "SOLAR", 0)->rs22Form()->RecordCount(), 0);
+  EXPECT_EQ(loadSlip(c, "NT-1", "PREMIUM", 0)->rs22Form()->RecordCount(), 1);
 
-TYPED_TEST(CInputMigasBothTest, NextSequenceIsZeroForAnEmptyCollectionThenMaximumPlusOne) {
-  using K = Kind<TypeParam>;
-  auto slip = this->template connected<TypeParam>();
-  double result = -1;
-  slip->pGetMaxSeqNo(5, 2013, 0, K::kCollection, result);
-  EXPECT_EQ(result, 0);
-
-  this->exec("INSERT INTO LAMPIRAN_SSP_PPh22 VALUES ('D113202', 5, 2013, 0, " +
-             std::to_string(K::kCollection) + ", 4, 'NT-1', '5;2013;SOLAR;4;')");
-  // Rows of another list, collection or period do not count.
-  this->exec("INSERT INTO LAMPIRAN_SSP_PPh22 VALUES ('D113203', 5, 2013, 0, " +
-             std::to_string(K::kCollection) + ", 9, 'NT-2', '')");
-  this->exec("INSERT INTO LAMPIRAN_SSP_PPh22 VALUES ('D113202', 5, 2013, 0, " +
-             std::to_string(1 - K::kCollection) + ", 7, 'NT-3', '')");
-  this->exec("INSERT INTO LAMPIRAN_SSP_PPh22 VALUES ('D113202', 6, 2013, 0, " +
-             std::to_string(K::kCollection) + ", 8, 'NT-4', '')");
-  slip->pGetMaxSeqNo(5, 2013, 0, K::kCollection, result);
-  EXPECT_EQ(result, 5);
-}
-
-TYPED_TEST(CInputMigasBothTest, SecondSlipTakesTheNextSequenceAndAddsUp) {
-  using K = Kind<TypeParam>;
-  EXPECT_EQ((this->template addSlip<TypeParam>("NT-1", "SOLAR", 100000)), 0);
-  EXPECT_EQ((this->template addSlip<TypeParam>("NT-2", "SOLAR", 50000)), 1);
-  EXPECT_EQ(this->listTotal("SOLAR", K::kListGross), 150000);
-  EXPECT_EQ(this->returnLine(K::kReturnGross), 150000);
-  EXPECT_EQ(this->returnLine("c2"), 2);
-}
-
-// ---- The tax of a slip -----------------------------------------------------------------------
-
-struct TaxCase {
-  const char* name;
-  const char* commodity;
-  const char* rate;  // TARIF_NETTO as SQL: a number or NULL
-  double gross;
-  double expectedTax;  // the tax was 777 before the gross was put
-};
-
-class CInputMigasTaxTest : public OilGasInputFixture,
-                           public ::testing::WithParamInterface<TaxCase> {};
-
-TEST_P(CInputMigasTaxTest, GrossSetsTheTaxFromTheCommodityRate) {
-  const auto& c = GetParam();
-  exec("INSERT INTO JENIS_KOMODITI VALUES ('07', 'AVGAS', 22, " + std::string(c.rate) + ")");
-  auto slip = newSlip<CInputMigasFinal>("NT-1", c.commodity);
-  slip->aPPH(777);
-  slip->ajmlBruto(c.gross);
-  EXPECT_EQ(slip->rs22Form()->Fields("JMLBRUTO").Value().toDouble(), c.gross);
-  EXPECT_EQ(slip->rs22Form()->Fields("PPH").Value().toDouble(), c.expectedTax);
+  probe->pDeleteForm(kNpwp, c.form, c.document, 5, 2013, 0, "NT-1", "112", "PREMIUM", 0);
+  expectCarried("deleted", c, "PREMIUM", {0, 0, 50000, 150, 2, 1, 1});
+  probe->pDeleteForm(kNpwp, c.form, c.document, 5, 2013, 0, "NT-2", "112", "SOLAR", 1);
+  expectCarried("all deleted", c, "SOLAR", {0, 0, 0, 0, 1, 0, 0});
+  expectCarried("other class", other, "SOLAR", {40000, 120, 40000, 120, 1, 1, 1});
   EXPECT_TRUE(messages().empty());
+
+  // Rows of another list, collection or period do not count for the next sequence.
+  const auto row = [&](const char* form, int month, int collection, int rowSeq) {
+    exec("INSERT INTO LAMPIRAN_SSP_PPh22 VALUES ('" + std::string(form) + "', " +
+         std::to_string(month) + ", 2013, 0, " + std::to_string(collection) + ", " +
+         std::to_string(rowSeq) + ", 'NT-" + std::to_string(rowSeq) + "', '')");
+  };
+  row("D113202", 5, c.collection, 4);
+  row("D113203", 5, c.collection, 9);
+  row("D113202", 5, 1 - c.collection, 7);
+  row("D113202", 6, c.collection, 8);
+  probe->pGetMaxSeqNo(5, 2013, 0, c.collection, seq);
+  EXPECT_EQ(seq, 5);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rates, CInputMigasTaxTest,
-    ::testing::Values(TaxCase{"QuarterPercentRoundsDown", "AVGAS", "0.25", 1234567, 3086},
-                      TaxCase{"UnknownCommodityLeavesTheTax", "AVTUR", "0.25", 1234567, 777},
-                      TaxCase{"NullRateGivesZero", "AVGAS", "NULL", 1234567, 0}),
-    [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Classes, CInputMigasTest, ::testing::Values(kFinal, kNotFinal),
+                         [](const auto& row) { return std::string(row.param.className); });
 
-TEST_F(OilGasInputFixture, GrossBeforeTheCommoditiesAreOpenedFailsOnce) {
-  auto slip = connected<CInputMigasFinal>();
-  slip->pCreateHdr(kNpwp, "PPh22MigasFinal", "05", 5, 2013, 0, "NT-1", "112", kName, kAddress,
-                   kToday, "SOLAR", "Pemungut");
-  slip->pGet(kNpwp, "PPh22MigasFinal", "05", 5, 2013, 0, "NT-1", "112", kName, kAddress, kToday, 0,
-             "SOLAR");
-  slip->ajmlBruto(1000);
+TEST_F(OilGasInputFixture, GrossSetsTheTaxFromTheCommodityRateCutToAWholeRupiah) {
+  exec("INSERT INTO JENIS_KOMODITI VALUES ('07', 'AVGAS', 22, 0.25)");
+  const struct {
+    const char *nttp, *commodity, *rate;
+    double tax;  // the tax was 777 before the gross was put
+  } cases[] = {{"NT-1", "AVGAS", "0.25", 3086},
+               {"NT-2", "AVTUR", "0.25", 777},  // not in the table: the tax stays
+               {"NT-3", "AVGAS", "NULL", 0}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.nttp);
+    exec("UPDATE JENIS_KOMODITI SET TARIF_NETTO = " + std::string(c.rate) +
+         " WHERE NAMA_KOMODITI = 'AVGAS'");
+    auto slip = newSlip(kFinal, c.nttp, c.commodity);
+    slip->aPPH(777);
+    slip->ajmlBruto(1234567);
+    EXPECT_EQ(slip->rs22Form()->Fields("JMLBRUTO").Value().toDouble(), 1234567);
+    EXPECT_EQ(slip->rs22Form()->Fields("PPH").Value().toDouble(), c.tax);
+  }
+  EXPECT_TRUE(messages().empty());
+
+  auto unopened = slipOf(kFinal);
+  unopened->pGet(kNpwp, kFinal.form, "05", 5, 2013, 0, "NT-1", "112", kName, kAddress, kToday, 0,
+                 "AVGAS");
+  unopened->ajmlBruto(1000);
   EXPECT_EQ(messages().size(), 1u);
 }
 
-// ---- Rows and keys --------------------------------------------------------------------------
-
-TEST_F(OilGasInputFixture, FinalAndNotFinalSlipsWithTheSameNttpAreNoDuplicates) {
-  auto final = connected<CInputMigasFinal>();
-  auto notFinal = connected<CInputMigasTdkFinal>();
-  RecordsetPtr used;
-  final->pCheckNTTP(kNpwp, 2013, "NT-1", 5, 0, used);
-  ASSERT_NE(used, nullptr);
-  EXPECT_EQ(used->RecordCount(), 0);
-
-  addSlip<CInputMigasFinal>("NT-1", "SOLAR", 100000);
-  notFinal->pCheckNTTP(kNpwp, 2013, "NT-1", 5, 0, used);
-  EXPECT_EQ(used->RecordCount(), 0);
-  addSlip<CInputMigasTdkFinal>("NT-1", "SOLAR", 40000);
-
-  final->pCheckNTTP(kNpwp, 2013, "NT-1", 5, 0, used);
-  EXPECT_EQ(used->RecordCount(), 1);
-  notFinal->pCheckNTTP(kNpwp, 2013, "NT-1", 5, 0, used);
-  EXPECT_EQ(used->RecordCount(), 1);
-
-  EXPECT_EQ(listRows(0), 1);
-  EXPECT_EQ(listRows(1), 1);
-  EXPECT_EQ(listTotal("SOLAR", "I5"), 100000);
-  EXPECT_EQ(listTotal("SOLAR", "II5"), 40000);
-  EXPECT_EQ(returnLine("B6a3"), 100000);
-  EXPECT_EQ(returnLine("B6b3"), 40000);
-  EXPECT_EQ(returnLine("c2"), 2);
-
-  // Deleting the final one leaves the other.
-  auto remove = connected<CInputMigasFinal>();
-  remove->pDeleteForm(kNpwp, "PPh22MigasFinal", "05", 5, 2013, 0, "NT-1", "112", "SOLAR", 0);
-  EXPECT_EQ(sspRows("PPh22MigasTdkFinal"), 1);
-  EXPECT_EQ(listRows(1), 1);
-  EXPECT_EQ(listTotal("SOLAR", "II5"), 40000);
-  EXPECT_EQ(returnLine("c2"), 1);
-  EXPECT_TRUE(messages().empty());
-}
-
-struct LoadCase {
-  const char* name;
-  bool final;
-  const char* npwp;
-  long expectedRows;
-};
-
-class CInputMigasLoadTest : public OilGasInputFixture,
-                            public ::testing::WithParamInterface<LoadCase> {};
-
-// The final class loads without an NPWP condition, the not-final one with it.
-TEST_P(CInputMigasLoadTest, LoadingMatchesTheNpwpOnlyForTheNotFinalClass) {
-  const auto& c = GetParam();
-  RecordsetPtr form;
-  if (c.final) {
-    addSlip<CInputMigasFinal>("NT-1", "SOLAR", 100000);
-    auto slip = connected<CInputMigasFinal>();
-    slip->pGet(c.npwp, "PPh22MigasFinal", "05", 5, 2013, 0, "NT-1", "112", kName, kAddress, kToday,
-               0, "SOLAR");
-    form = slip->rs22Form();
-  } else {
-    addSlip<CInputMigasTdkFinal>("NT-1", "SOLAR", 100000);
-    auto slip = connected<CInputMigasTdkFinal>();
-    slip->pGet(c.npwp, "PPh22MigasTdkFinal", "06", 5, 2013, 0, "NT-1", "112", kName, kAddress,
-               kToday, 0, "SOLAR");
-    form = slip->rs22Form();
+TEST_F(OilGasInputFixture, NewRowIsMadeOnceAndCarriesTheIdentityOnlyForACollector) {
+  const struct {
+    const char *jenisWp, *nttp, *text;
+  } cases[] = {
+      {"Pemungut", "NT-1",
+       "5;2013;0;SOLAR;012345678901000;PT MAJU JAYA;JL. SUDIRMAN 1 JAKARTA;;;;;0;0;NT-1;0;"},
+      {"", "NT-2", "5;2013;0;SOLAR;;;;;;;;0;0;NT-2;0;"}};
+  auto slip = slipOf(kNotFinal);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.nttp);
+    for (int i = 0; i < 2; ++i) {
+      slip->pCreateHdr(kNpwp, kNotFinal.form, "06", 5, 2013, 0, c.nttp, "112", kName, kAddress,
+                       kToday, "SOLAR", c.jenisWp);
+    }
+    auto rs = query("SELECT * FROM DAT_SSP_PPh22 WHERE NOBUKTI = '" + std::string(c.nttp) + "'");
+    ASSERT_EQ(rs->RecordCount(), 1);
+    EXPECT_EQ(rs->Fields("DAT_FORM").Value().text(), c.text);
+    EXPECT_EQ(rs->Fields("JENIS_DOKUMEN").Value().text(), "06");
+    EXPECT_EQ(rs->Fields("KD_JENIS_PAJAK").Value().text(), "112");
+    EXPECT_EQ(rs->Fields("TGL_REKAM").Value().text(), "10/06/2013");
   }
-  ASSERT_NE(form, nullptr);
-  EXPECT_EQ(form->RecordCount(), c.expectedRows);
 }
 
-INSTANTIATE_TEST_SUITE_P(Npwp, CInputMigasLoadTest,
-                         ::testing::Values(LoadCase{"FinalOwnNpwp", true, "012345678901000", 1},
-                                           LoadCase{"FinalOtherNpwp", true, "099999999999000", 1},
-                                           LoadCase{"NotFinalOwnNpwp", false, "012345678901000", 1},
-                                           LoadCase{"NotFinalOtherNpwp", false, "099999999999000",
-                                                    0}),
-                         [](const auto& row) { return std::string(row.param.name); });
-
-struct CreateCase {
-  const char* name;
-  const char* jenisWp;
-  const char* expectedText;
-};
-
-class CInputMigasCreateTest : public OilGasInputFixture,
-                              public ::testing::WithParamInterface<CreateCase> {};
-
-TEST_P(CInputMigasCreateTest, NewRowCarriesTheIdentityOnlyForACollector) {
-  auto slip = connected<CInputMigasTdkFinal>();
-  for (int i = 0; i < 2; ++i) {
-    slip->pCreateHdr(kNpwp, "PPh22MigasTdkFinal", "06", 5, 2013, 0, "NT-1", "112", kName, kAddress,
-                     kToday, "SOLAR", GetParam().jenisWp);
-  }
-  auto rs = query("SELECT * FROM DAT_SSP_PPh22 WHERE KD_FORM = 'PPh22MigasTdkFinal'");
-  ASSERT_EQ(rs->RecordCount(), 1);
-  EXPECT_EQ(rs->Fields("DAT_FORM").Value().text(), GetParam().expectedText);
-  EXPECT_EQ(rs->Fields("JENIS_DOKUMEN").Value().text(), "06");
-  EXPECT_EQ(rs->Fields("NOBUKTI").Value().text(), "NT-1");
-  EXPECT_EQ(rs->Fields("KD_JENIS_PAJAK").Value().text(), "112");
-  EXPECT_EQ(rs->Fields("TGL_REKAM").Value().text(), "10/06/2013");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    JenisWp, CInputMigasCreateTest,
-    ::testing::Values(
-        CreateCase{
-            "Collector", "Pemungut",
-            "5;2013;0;SOLAR;012345678901000;PT MAJU JAYA;JL. SUDIRMAN 1 JAKARTA;;;;;0;0;NT-1;0;"},
-        CreateCase{"Other", "", "5;2013;0;SOLAR;;;;;;;;0;0;NT-1;0;"}),
-    [](const auto& row) { return std::string(row.param.name); });
-
-TEST_F(OilGasInputFixture, SavedSlipIsFoundAgainByItsKeyPattern) {
-  const double seq = addSlip<CInputMigasFinal>("NT-1", "SOLAR", 100000);
-  auto rs = query("SELECT DAT_FORM FROM DAT_SSP_PPh22 WHERE KD_FORM = 'PPh22MigasFinal'");
-  EXPECT_EQ(rs->Fields("DAT_FORM").Value().text(),
-            "5;2013;0;SOLAR;012345678901000;PT MAJU JAYA;JL. SUDIRMAN 1 JAKARTA;023456789012000;"
-            "PT PEMBELI;JL. THAMRIN 2;20/05/2013;100000;300;NT-1;0;");
-  // Another sequence or commodity does not find it.
-  EXPECT_EQ(loadSlip<CInputMigasFinal>("NT-1", "SOLAR", seq)->rs22Form()->RecordCount(), 1);
-  EXPECT_EQ(loadSlip<CInputMigasFinal>("NT-1", "SOLAR", seq + 1)->rs22Form()->RecordCount(), 0);
-  EXPECT_EQ(loadSlip<CInputMigasFinal>("NT-1", "PREMIUM", seq)->rs22Form()->RecordCount(), 0);
-}
-
-TEST_F(OilGasInputFixture, ChangingTheNttpMovesTheRowToItsNewKey) {
-  const double seq = addSlip<CInputMigasFinal>("NT-1", "SOLAR", 100000);
-  auto edit = loadSlip<CInputMigasFinal>("NT-1", "SOLAR", seq);
-  edit->aNTTP("NT-9");
-  edit->pAssignStatus(false, true, false);
-  edit->pUpdate();
-
-  EXPECT_EQ(sspRows("PPh22MigasFinal"), 1);
-  EXPECT_EQ(scalar("SELECT NOBUKTI FROM DAT_SSP_PPh22 WHERE KD_FORM = 'PPh22MigasFinal'").text(),
-            "NT-9");
-  EXPECT_EQ(loadSlip<CInputMigasFinal>("NT-9", "SOLAR", seq)->rs22Form()->RecordCount(), 1);
-  EXPECT_EQ(listTotal("SOLAR", "I5"), 100000);
-}
-
-TEST_F(OilGasInputFixture, AddingWithoutAMadeRowAddsOne) {
-  auto slip = newSlip<CInputMigasFinal>("NT-1", "SOLAR");
-  exec("DELETE FROM DAT_SSP_PPh22 WHERE KD_FORM = 'PPh22MigasFinal'");
+// pDelete takes the slip's row alone; saving while adding writes the row again if it is gone.
+TEST_F(OilGasInputFixture, RowIsWrittenMovedToANewNttpAndDeletedAlone) {
+  auto slip = newSlip(kFinal, "NT-1", "SOLAR");
+  auto bare = slipOf(kFinal);
+  bare->pDelete(kNpwp, kFinal.form, "05", 5, 2013, 0, "NT-1", "112");
+  EXPECT_EQ(sspRows(kFinal.form), 0);
   slip->ajmlBruto(100000);
-  slip->pAssignStatus(true, false, false);
-  slip->pUpdate();
-
+  save(*slip, true);
   auto rs = query("SELECT * FROM DAT_SSP_PPh22 WHERE KD_FORM = 'PPh22MigasFinal'");
   ASSERT_EQ(rs->RecordCount(), 1);
   EXPECT_EQ(rs->Fields("NPWP").Value().text(), kNpwp);
@@ -423,32 +284,27 @@ TEST_F(OilGasInputFixture, AddingWithoutAMadeRowAddsOne) {
   EXPECT_EQ(rs->Fields("MS_PAJAK").Value().toInt16(), 5);
   EXPECT_EQ(rs->Fields("NIP").Value().text(), "-");
   EXPECT_EQ(returnLine("c2"), 1);
-  EXPECT_TRUE(messages().empty());
-}
 
-TEST_F(OilGasInputFixture, BareDeleteRemovesOnlyTheRow) {
-  addSlip<CInputMigasFinal>("NT-1", "SOLAR", 100000);
-  auto slip = connected<CInputMigasFinal>();
-  slip->pDelete(kNpwp, "PPh22MigasFinal", "05", 5, 2013, 0, "NT-1", "112");
-  slip->pDelete(kNpwp, "PPh22MigasFinal", "05", 5, 2013, 0, "NT-2", "112");
+  auto edit = loadSlip(kFinal, "NT-1", "SOLAR", 0);
+  edit->aNTTP("NT-9");
+  save(*edit, false);
+  EXPECT_EQ(sspRows(kFinal.form), 1);
+  EXPECT_EQ(scalar("SELECT NOBUKTI FROM DAT_SSP_PPh22 WHERE KD_FORM = 'PPh22MigasFinal'").text(),
+            "NT-9");
+  EXPECT_EQ(loadSlip(kFinal, "NT-9", "SOLAR", 0)->rs22Form()->RecordCount(), 1);
+  EXPECT_EQ(listTotal("SOLAR", "I5"), 100000);
 
-  EXPECT_EQ(sspRows("PPh22MigasFinal"), 0);
-  EXPECT_EQ(listRows(0), 1);
+  const long listed = listRows(0);
+  bare->pDelete(kNpwp, kFinal.form, "05", 5, 2013, 0, "NT-9", "112");
+  bare->pDelete(kNpwp, kFinal.form, "05", 5, 2013, 0, "NT-2", "112");
+  EXPECT_EQ(sspRows(kFinal.form), 0);
+  EXPECT_EQ(listRows(0), listed);
   EXPECT_EQ(returnLine("c2"), 1);
   EXPECT_TRUE(messages().empty());
 }
 
-TEST_F(OilGasInputFixture, NormalisingTurnsEmptyAmountsIntoZero) {
-  auto slip = newSlip<CInputMigasFinal>("NT-1", "SOLAR");
-  slip->rs22Form()->Fields("JMLBRUTO").Value(Null);
-  slip->rs22Form()->Fields("PPH").Value(Null);
-  slip->pHitPjk(1);
-  EXPECT_EQ(slip->rs22Form()->Fields("JMLBRUTO").Value().toDouble(), 0);
-  EXPECT_EQ(slip->rs22Form()->Fields("PPH").Value().toDouble(), 0);
-}
-
-TEST_F(OilGasInputFixture, PropertiesReadBackWhatWasPut) {
-  auto slip = newSlip<CInputMigasFinal>("NT-1", "SOLAR");
+TEST_F(OilGasInputFixture, PropertiesReadBackAndEmptyAmountsAreNormalisedToZero) {
+  auto slip = newSlip(kFinal, "NT-1", "SOLAR");
   slip->aALM("JL. BARU");
   slip->aNMWP("PT BARU");
   slip->aINVOICE("INV-7");
@@ -457,36 +313,41 @@ TEST_F(OilGasInputFixture, PropertiesReadBackWhatWasPut) {
   EXPECT_EQ(slip->aNPWP().text(), kNpwp);
   EXPECT_EQ(slip->aPenjualan(), "SOLAR");
   EXPECT_EQ(slip->aTGL_PUNGUT(), Variant(Date(2013, 5, 20)));
-  EXPECT_EQ(slip->rs22Form()->Fields("INVOICE").Value().text(), "INV-7");
-}
-
-TEST_F(OilGasInputFixture, SavingWithoutAMainReturnFailsOnceAfterTheList) {
-  exec("DELETE FROM DS_FORM_INDUK WHERE KD_FORM = 'F113202'");
-  addSlip<CInputMigasFinal>("NT-1", "SOLAR", 100000);
-  EXPECT_EQ(messages().size(), 1u);
-  // Nothing is rolled back: the slip and its list row stay.
-  EXPECT_EQ(sspRows("PPh22MigasFinal"), 1);
-  EXPECT_EQ(listRows(0), 1);
+  auto form = slip->rs22Form();
+  EXPECT_EQ(form->Fields("INVOICE").Value().text(), "INV-7");
+  form->Fields("JMLBRUTO").Value(Null);
+  form->Fields("PPH").Value(Null);
+  slip->pHitPjk(1);
+  EXPECT_EQ(form->Fields("JMLBRUTO").Value().toDouble(), 0);
+  EXPECT_EQ(form->Fields("PPH").Value().toDouble(), 0);
 }
 
 TEST_F(OilGasInputFixture, ACommodityWithoutAHeaderGetsOneNumberedAfterTheOthers) {
-  addSlip<CInputMigasFinal>("NT-1", "BIO SOLAR", 100000);
-  auto rs = query(
-      "SELECT * FROM DAT_SSP_PPh22 WHERE KD_FORM = 'D113202' AND "
-      "DAT_FORM LIKE '%;BIO SOLAR;%'");
-  ASSERT_EQ(rs->RecordCount(), 1);
-  EXPECT_EQ(rs->Fields("JENIS_DOKUMEN").Value().text(), "13");
+  addSlip(kFinal, "NT-1", "BIO SOLAR", 100000);
+  EXPECT_EQ(scalar("SELECT JENIS_DOKUMEN FROM DAT_SSP_PPh22 WHERE KD_FORM = 'D113202' AND "
+                   "DAT_FORM LIKE '%;BIO SOLAR;%'")
+                .text(),
+            "13");
   EXPECT_EQ(listTotal("BIO SOLAR", "I5"), 100000);
   EXPECT_EQ(returnLine("B6a3"), 100000);
   EXPECT_TRUE(messages().empty());
 }
 
+// Nothing is rolled back: what ran before the failure stays.
+TEST_F(OilGasInputFixture, SavingWithoutAMainReturnFailsOnceAfterTheList) {
+  exec("DELETE FROM DS_FORM_INDUK WHERE KD_FORM = 'F113202'");
+  addSlip(kFinal, "NT-1", "SOLAR", 100000);
+  EXPECT_EQ(messages().size(), 1u);
+  EXPECT_EQ(sspRows(kFinal.form), 1);
+  EXPECT_EQ(listRows(0), 1);
+}
+
 TEST_F(OilGasInputFixture, SavingInAPeriodWithoutListHeadersFailsOnceAtTheNumbering) {
   exec("DELETE FROM DAT_SSP_PPh22 WHERE KD_FORM = 'D113202'");
-  addSlip<CInputMigasFinal>("NT-1", "SOLAR", 100000);
+  addSlip(kFinal, "NT-1", "SOLAR", 100000);
   ASSERT_EQ(messages().size(), 1u);
   EXPECT_EQ(messages()[0].text, "Invalid use of Null");
-  EXPECT_EQ(count("SELECT COUNT(*) FROM DAT_SSP_PPh22 WHERE KD_FORM = 'D113202'"), 0);
+  EXPECT_EQ(sspRows("D113202"), 0);
   EXPECT_EQ(listRows(0), 0);
   EXPECT_EQ(returnLine("c2"), 0);
 }
