@@ -65,7 +65,8 @@ $(FUZZ_RUNS): fuzz-run-%:
 bench: deps
 	@cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DKORVANE_BENCH=ON -DKORVANE_TESTS=OFF -DKORVANE_WERROR=OFF $(CMAKE_FLAGS) >/dev/null
 	@cmake --build $(BENCH_BUILD) -j$(JOBS) --target korvane_bench korvane_generate
-	@$(BENCH_BUILD)/bench/korvane_bench
+	@mkdir -p $(BUILD)/bench
+	@KORVANE_BENCH_OUT=$(abspath $(BUILD))/bench $(BENCH_BUILD)/bench/korvane_bench
 
 install: build
 	@cmake --install $(BUILD)

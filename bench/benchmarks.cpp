@@ -98,7 +98,8 @@ bool isTransactionStatement(const std::string& sql) {
     return text;
   };
   auto word = upper(sql.substr(0, sql.find_first_of(" ;")));
-  return word == "BEGIN" || word == "COMMIT" || word == "ROLLBACK" || word == "END";
+  return word == "BEGIN" || word == "COMMIT" || word == "ROLLBACK" || word == "END" ||
+         word == "SAVEPOINT" || word == "RELEASE";
 }
 
 // The floor's statements: what SQLite ran for the operation, checked against what the

@@ -171,4 +171,48 @@ TEST_F(StoreBehaviourTest, StoreRefusalsCarryTheStoresOwnDescription) {
 }
 
 }  // namespace
+// Inserts of plain literals run through one prepared text with the values bound; what they
+// store, and how they fail, must not tell the two ways apart.
+TEST_F(StoreBehaviourTest, InsertedLiteralsStoreWhatTheyWriteHoweverTheyRun) {
+  struct Case {
+    const char* values;  // after KD_FORM, MS_PAJAK, TH_PAJAK
+    const char* seq;     // SEQ read back as text
+    const char* text;    // DAT_FORM read back as text ("<null>" for Null)
+  };
+  const Case cases[] = {
+      {"0, -7, 1.5, 'N1', 'it''s; \\x ?'", "1.5", "it's; \\x ?"},
+      {"0, 007, 2, 'N2', NULL", "2", "<null>"},
+      {"0, 1, 1E+3, 'N3', ''", "1000", ""},
+      {"0, 1, 12345678901234567890, 'N4', 'a'", "1.23456789012346E+19", "a"},
+      {"0, 1, -(3), 'N5', 'VALUES (1)'", "-3", "VALUES (1)"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.values);
+    exec(std::string("INSERT INTO DS_FORM_LAMPIRAN VALUES ( 'D113204', 5, 2013, ") + c.values +
+         " )");
+  }
+  auto rs = query("SELECT * FROM DS_FORM_LAMPIRAN ORDER BY NOBUKTI");
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.values);
+    ASSERT_FALSE(rs->EndOfFile());
+    EXPECT_EQ(rs->Fields("SEQ").Value().text(), c.seq);
+    const Variant text = rs->Fields("DAT_FORM").Value();
+    EXPECT_EQ(text.isNull() ? "<null>" : text.text(), c.text);
+    rs->MoveNext();
+  }
+  EXPECT_EQ(count("SELECT COUNT(*) FROM DS_FORM_LAMPIRAN WHERE COLLNO = -7"), 1);
+  EXPECT_EQ(count("SELECT COUNT(*) FROM DS_FORM_LAMPIRAN WHERE COLLNO = 7"), 1);
+
+  // A failing insert fails with the store's words for the statement as written.
+  try {
+    exec("INSERT INTO DS_FORM_LAMPIRAN VALUES ('D113204', 5, 2013, 0, 1, 1, 'N6', 'a', 'b')");
+    ADD_FAILURE() << "the long insert ran";
+  } catch (const Error& e) {
+    if (embeddedStore()) {
+      EXPECT_EQ(std::string(e.what()),
+                "table DS_FORM_LAMPIRAN has 8 columns but 9 values were supplied");
+    }
+  }
+}
+
 }  // namespace korvane::testing

@@ -1,6 +1,8 @@
 #include "korvane/exchange/export.hpp"
 
+#include <deque>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string_view>
@@ -155,12 +157,40 @@ const RowForm* findRowForm(std::string_view code) {
   return nullptr;
 }
 
-std::string trimmed(const Variant& value) {
-  auto text = value.text();
-  auto begin = text.find_first_not_of(' ');
-  if (begin == std::string::npos) return {};
-  auto end = text.find_last_not_of(' ');
-  return text.substr(begin, end - begin + 1);
+// A row's key for finding the first row stored under it, compared ignoring case.
+struct RowKey {
+  const RowForm* form;
+  std::string_view number;
+  std::string_view packed;  // payment slips only
+};
+struct RowKeyHash {
+  std::size_t operator()(const RowKey& key) const noexcept {
+    std::size_t hash = std::hash<const void*>()(key.form);
+    for (std::string_view part : {key.number, key.packed}) {
+      for (char c : part) hash = hash * 131 + static_cast<unsigned char>(upperAscii(c));
+      hash = hash * 131 + 0x1f;
+    }
+    return hash;
+  }
+};
+struct RowKeyEqual {
+  bool operator()(const RowKey& a, const RowKey& b) const noexcept {
+    return a.form == b.form && equalsIgnoringCase(a.number, b.number) &&
+           equalsIgnoringCase(a.packed, b.packed);
+  }
+};
+
+// Appends a value's text without its leading and trailing blanks.
+void appendTrimmed(std::string& line, const Variant& value) {
+  std::string converted;
+  const std::string* text = value.textIf();
+  if (!text) {
+    converted = value.text();
+    text = &converted;
+  }
+  const auto begin = text->find_first_not_of(' ');
+  if (begin == std::string::npos) return;
+  line.append(*text, begin, text->find_last_not_of(' ') - begin + 1);
 }
 
 // A month or year arrives as text and is spliced into the statement as a number: it must be one.
@@ -238,31 +268,34 @@ void CEksporBP::pEksporPPh(const std::string& sNPWP, std::int16_t iKodePasal,
     // an SSP also its packed text), compared as the Filter language compares text: a slip
     // stored twice under one number exports the first one's fields twice. A row whose number
     // is missing exports its own fields.
-    const auto keyOf = [&](std::size_t row, const RowForm& form) -> std::optional<std::string> {
+    // Keys point into the recordset's own texts; a value that is not text is kept aside.
+    std::deque<std::string> convertedTexts;
+    const auto textOf = [&](std::size_t row, std::size_t column) -> std::string_view {
+      const Variant& value = rows->cell(row, column);
+      if (const std::string* text = value.textIf()) return *text;
+      return convertedTexts.emplace_back(value.text());
+    };
+    const auto keyOf = [&](std::size_t row, const RowForm& form) -> std::optional<RowKey> {
       const Variant& number = rows->cell(row, noBukti);
       if (number.isNull() || number.isEmpty()) return std::nullopt;
-      std::string key(form.formCode);
-      key += '\x1f';
-      key += upperAscii(number.text());
-      if (!form.slip) {
-        key += '\x1f';
-        key += upperAscii(rows->cell(row, datForm).text());
-      }
-      return key;
+      return RowKey{&form, textOf(row, noBukti),
+                    form.slip ? std::string_view() : textOf(row, datForm)};
     };
-    std::unordered_map<std::string, std::size_t> firstOfKey;
+    std::unordered_map<RowKey, std::size_t, RowKeyHash, RowKeyEqual> firstOfKey;
     firstOfKey.reserve(static_cast<std::size_t>(selected));
 
     // Per form: its reader and where each cell's field sits in the form's list.
     struct FormReader {
       PackedRowReader reader;
       std::vector<long> positions;
+      std::vector<bool> wanted;  // the fields the cells use
     };
     std::map<std::string_view, FormReader> readers;
     const auto readerFor = [&](const RowForm& form) -> FormReader& {
       auto found = readers.find(form.formCode);
       if (found != readers.end()) return found->second;
-      FormReader made{PackedRowReader(form.formCode, *rows), {}};
+      FormReader made{PackedRowReader(form.formCode, *rows), {}, {}};
+      made.wanted.assign(made.reader.fieldCount(), false);
       for (const auto& cell : form.cells) {
         static constexpr std::string_view kCollected[] = {"NPWPLT", "NMWPLT", "ALMLT"};
         static constexpr std::string_view kOwn[] = {"npwp", "NmWP", "ALM"};
@@ -281,6 +314,7 @@ void CEksporBP::pEksporPPh(const std::string& sNPWP, std::int16_t iKodePasal,
           }
         }
         made.positions.push_back(position);
+        if (position >= 0) made.wanted[static_cast<std::size_t>(position)] = true;
       }
       return readers.emplace(form.formCode, std::move(made)).first->second;
     };
@@ -295,13 +329,13 @@ void CEksporBP::pEksporPPh(const std::string& sNPWP, std::int16_t iKodePasal,
       std::size_t source = row;
       if (auto key = keyOf(row, *form)) source = firstOfKey.try_emplace(*key, row).first->second;
       FormReader& formReader = readerFor(*form);
-      formReader.reader.read(source, fields);
+      formReader.reader.read(source, fields, &formReader.wanted);
 
       line = code + periodCells;
       for (std::size_t c = 0; c < form->cells.size(); ++c) {
         const long position = formReader.positions[c];
         if (position >= 0) {
-          line += trimmed(fields[static_cast<std::size_t>(position)]);
+          appendTrimmed(line, fields[static_cast<std::size_t>(position)]);
         } else if (form->cells[c].kind == Cell::Kind::Zero) {
           line += '0';
         }

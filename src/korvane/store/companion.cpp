@@ -343,8 +343,10 @@ long PackedRowReader::fieldIndex(std::string_view name) const {
   return -1;
 }
 
-void PackedRowReader::read(std::size_t row, std::vector<Variant>& values) const {
+void PackedRowReader::read(std::size_t row, std::vector<Variant>& values,
+                           const std::vector<bool>* wanted) const {
   values.assign(fields_.size(), Variant());
+  const auto isWanted = [&](std::size_t f) { return !wanted || (*wanted)[f]; };
   const auto& packedValue = rows_.cell(row, datForm_);
   std::string copy;
   const std::string* text = packedValue.textIf();
@@ -355,12 +357,11 @@ void PackedRowReader::read(std::size_t row, std::vector<Variant>& values) const 
   std::string_view rest = *text;
   for (std::size_t f = 0; f < fields_.size(); ++f) {
     auto end = rest.find(';');
-    auto piece = rest.substr(0, end);
-    values[f] = readField(piece, fields_[f].kind);
+    if (isWanted(f)) values[f] = readField(rest.substr(0, end), fields_[f].kind);
     rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
   }
   for (const auto& [field, column] : keys_) {
-    if (!values[field].isNull()) continue;
+    if (!isWanted(field) || !values[field].isNull()) continue;
     const auto& key = rows_.cell(row, column);
     if (key.isNull() || key.isEmpty() || key.text() == "-") continue;
     values[field] = readField(key.text(), fields_[field].kind);

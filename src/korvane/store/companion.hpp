@@ -56,8 +56,12 @@ class PackedRowReader {
   PackedRowReader(std::string_view formCode, const Recordset& rows);
   // The position of a field in the list (names compare ignoring case), or -1.
   long fieldIndex(std::string_view name) const;
-  // The fields of the row at `row` among the visible rows, in list order.
-  void read(std::size_t row, std::vector<Variant>& values) const;
+  std::size_t fieldCount() const noexcept { return fields_.size(); }
+  // The fields of the row at `row` among the visible rows, in list order. With `wanted` (one
+  // flag per field) the fields not wanted stay Null, which spares a caller that needs a few
+  // fields of each of many rows the conversion of all the others.
+  void read(std::size_t row, std::vector<Variant>& values,
+            const std::vector<bool>* wanted = nullptr) const;
 
  private:
   std::span<const FieldDef> fields_;

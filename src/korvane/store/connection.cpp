@@ -14,6 +14,7 @@
 #include <deque>
 #include <filesystem>
 #include <list>
+#include <optional>
 #include <unordered_map>
 
 #include "korvane/store/error.hpp"
@@ -512,6 +513,89 @@ Variant readValue(sqlite3_stmt* statement, int column, ReadAs as) {
   return Null;
 }
 
+// An INSERT whose values are all plain literals, split into its text with "?" for each value
+// and the values themselves. SQLite spends most of such an insert parsing it, and an operation
+// that copies a period issues thousands that differ in their values only: bound to one prepared
+// text they are parsed once. Only literals that bind to exactly what the literal stores are
+// taken (text, whole numbers, NULL); anything else leaves the statement to run as written.
+struct LiteralInsert {
+  struct Value {
+    enum class Kind { Null, Integer, Text } kind = Kind::Null;
+    long long integer = 0;
+    std::string text;
+  };
+  std::string shape;
+  std::vector<Value> values;
+};
+
+std::optional<LiteralInsert> splitLiteralInsert(std::string_view sql) {
+  const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+  constexpr std::string_view kInsert = "INSERT INTO ";
+  if (sql.size() < kInsert.size() || !equalsIgnoringCase(sql.substr(0, kInsert.size()), kInsert) ||
+      sql.find('\0') != std::string_view::npos) {
+    return std::nullopt;
+  }
+  // The values list: after the first VALUES, with nothing quoted or bound before it.
+  std::size_t at = 0;
+  for (;; ++at) {
+    at = sql.find_first_of("Vv'?", at);
+    if (at == std::string_view::npos || sql[at] == '\'' || sql[at] == '?') return std::nullopt;
+    if (equalsIgnoringCase(sql.substr(at, 6), "VALUES") && at > 0 && sql[at - 1] == ' ') break;
+  }
+  LiteralInsert insert;
+  insert.shape = std::string(sql.substr(0, at)) + "VALUES (";
+  at += 6;
+  const auto skipBlanks = [&] {
+    while (at < sql.size() && sql[at] == ' ') ++at;
+  };
+  skipBlanks();
+  if (at >= sql.size() || sql[at] != '(') return std::nullopt;
+  ++at;
+  for (;;) {
+    skipBlanks();
+    LiteralInsert::Value value;
+    if (at < sql.size() && sql[at] == '\'') {
+      value.kind = LiteralInsert::Value::Kind::Text;
+      for (++at;; ++at) {
+        if (at >= sql.size()) return std::nullopt;
+        if (sql[at] != '\'') {
+          value.text += sql[at];
+        } else if (at + 1 < sql.size() && sql[at + 1] == '\'') {
+          value.text += '\'';
+          ++at;
+        } else {
+          ++at;
+          break;
+        }
+      }
+    } else if (at < sql.size() && (sql[at] == '-' || isDigit(sql[at]))) {
+      const std::size_t begin = at;
+      if (sql[at] == '-') ++at;
+      const std::size_t digits = at;
+      while (at < sql.size() && isDigit(sql[at])) ++at;
+      if (at == digits || at - digits > 18) return std::nullopt;
+      value.kind = LiteralInsert::Value::Kind::Integer;
+      value.integer = std::strtoll(std::string(sql.substr(begin, at - begin)).c_str(), nullptr, 10);
+    } else if (equalsIgnoringCase(sql.substr(at, 4), "NULL")) {
+      at += 4;
+    } else {
+      return std::nullopt;
+    }
+    insert.values.push_back(std::move(value));
+    skipBlanks();
+    if (at >= sql.size()) return std::nullopt;
+    if (sql[at] == ')') break;
+    if (sql[at] != ',') return std::nullopt;
+    ++at;
+    insert.shape += "?, ";
+  }
+  insert.shape += "?)";
+  for (++at; at < sql.size(); ++at) {
+    if (sql[at] != ' ' && sql[at] != ';') return std::nullopt;
+  }
+  return insert;
+}
+
 // The SQLite connection handle of an embedded session.
 __attribute__((no_sanitize("vptr"))) sqlite3* sqliteHandle(soci::session& session) {
   return static_cast<soci::sqlite3_session_backend*>(session.get_backend())->conn_;
@@ -535,6 +619,7 @@ class EmbeddedStore {
 
   // As SOCI runs a statement: one step (a query's first row is fetched and dropped).
   void execute(const std::string& sql) {
+    if (auto insert = splitLiteralInsert(sql); insert && executeBound(*insert)) return;
     Lease lease(*this, sql);
     if (!lease.statement) return;
     const int rc = sqlite3_step(lease.statement);
@@ -554,19 +639,18 @@ class EmbeddedStore {
       readAs[static_cast<std::size_t>(c)] = readAsDeclared(sqlite3_column_decltype(statement, c));
       firstRowDecides = firstRowDecides || readAs[static_cast<std::size_t>(c)] == ReadAs::FirstRow;
     }
+    // Columns without a declared type (of a UNION) read as their first row holds them. That row
+    // is read in the same run: stepping again from the start would sort a sorted query twice.
+    int rc = sqlite3_step(statement);
     if (firstRowDecides) {
-      const int rc = sqlite3_step(statement);
-      if (rc != SQLITE_ROW && rc != SQLITE_DONE) fail();
       for (int c = 0; c < count; ++c) {
         auto& as = readAs[static_cast<std::size_t>(c)];
         if (as == ReadAs::FirstRow) {
           as = rc == SQLITE_ROW ? readAsStored(sqlite3_column_type(statement, c)) : ReadAs::Text;
         }
       }
-      sqlite3_reset(statement);
     }
-    int rc;
-    while ((rc = sqlite3_step(statement)) == SQLITE_ROW) {
+    for (; rc == SQLITE_ROW; rc = sqlite3_step(statement)) {
       std::vector<Variant> values;
       values.reserve(static_cast<std::size_t>(count));
       for (int c = 0; c < count; ++c) {
@@ -576,6 +660,35 @@ class EmbeddedStore {
     }
     if (rc != SQLITE_DONE) fail();
     return result;
+  }
+
+  // An insert through its shared text. False, with nothing done, when that text does not
+  // prepare: the statement then runs as written, to fail with the store's own words for it.
+  bool executeBound(const LiteralInsert& insert) {
+    Lease lease(*this, insert.shape, /*mayFail=*/true);
+    sqlite3_stmt* statement = lease.statement;
+    if (!statement) return false;
+    for (std::size_t i = 0; i < insert.values.size(); ++i) {
+      const int position = static_cast<int>(i) + 1;
+      const auto& value = insert.values[i];
+      int rc = SQLITE_OK;
+      switch (value.kind) {
+        case LiteralInsert::Value::Kind::Null:
+          rc = sqlite3_bind_null(statement, position);
+          break;
+        case LiteralInsert::Value::Kind::Integer:
+          rc = sqlite3_bind_int64(statement, position, value.integer);
+          break;
+        case LiteralInsert::Value::Kind::Text:
+          rc = sqlite3_bind_text(statement, position, value.text.data(),
+                                 static_cast<int>(value.text.size()), SQLITE_STATIC);
+          break;
+      }
+      if (rc != SQLITE_OK) fail();
+    }
+    const int rc = sqlite3_step(statement);
+    if (rc != SQLITE_ROW && rc != SQLITE_DONE) fail();
+    return true;
   }
 
   // Values as SOCI binds them: Null, whole numbers as 32-bit integers, doubles, text, and dates
@@ -631,7 +744,7 @@ class EmbeddedStore {
   // statement of its own.
   class Lease {
    public:
-    Lease(EmbeddedStore& store, const std::string& sql) {
+    Lease(EmbeddedStore& store, const std::string& sql, bool mayFail = false) {
       auto found = store.index_.find(sql);
       if (found != store.index_.end() && !found->second->inUse) {
         entry_ = found->second;
@@ -643,6 +756,11 @@ class EmbeddedStore {
       }
       if (sqlite3_prepare_v3(store.db_, sql.c_str(), static_cast<int>(sql.size()) + 1,
                              SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK) {
+        if (mayFail) {
+          sqlite3_finalize(statement);
+          statement = nullptr;
+          return;
+        }
         store.fail();
       }
       if (!statement || found != store.index_.end()) return;

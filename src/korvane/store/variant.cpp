@@ -357,6 +357,12 @@ std::string numberText(double value) {
   if (std::isnan(value)) return "NaN";
   if (std::isinf(value)) return value < 0 ? "-Inf" : "Inf";
   if (value == 0) return "0";
+  // Whole amounts, the usual case, have at most fifteen digits: printed exactly as they are.
+  if (std::fabs(value) < 1e15 && value == std::trunc(value)) {
+    char whole[24];
+    const auto end = std::to_chars(whole, whole + sizeof whole, static_cast<long long>(value));
+    return std::string(whole, end.ptr);
+  }
 
   // Fifteen significant digits, as "d.dddddddddddddde+XX"; to_chars ignores the locale.
   char buffer[64];
