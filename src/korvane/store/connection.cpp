@@ -513,14 +513,16 @@ Variant readValue(sqlite3_stmt* statement, int column, ReadAs as) {
   return Null;
 }
 
-// An INSERT whose values are all plain literals, split into its text with "?" for each value
-// and the values themselves. SQLite spends most of such an insert parsing it, and an operation
-// that copies a period issues thousands that differ in their values only: bound to one prepared
-// text they are parsed once. Only literals that bind to exactly what the literal stores are
-// taken (text, whole numbers, NULL); anything else leaves the statement to run as written.
-struct LiteralInsert {
+// A statement with its literal values taken out: its text with "?" for each, and the values.
+// SQLite spends most of a short statement parsing it, and the operations issue thousands that
+// differ in their values only (a period's copy, an import); bound to one prepared text they are
+// parsed once. Only the values of a statement are taken (after WHERE of a query, up to its
+// ORDER BY, GROUP BY, HAVING or LIMIT; the value list of an INSERT; after SET of an UPDATE; after
+// WHERE of a DELETE), never what names a result column, and only literals that bind to exactly
+// what they stand for: text and whole numbers. Anything unusual leaves the statement as written.
+struct BoundText {
   struct Value {
-    enum class Kind { Null, Integer, Text } kind = Kind::Null;
+    bool isText = false;
     long long integer = 0;
     std::string text;
   };
@@ -528,72 +530,111 @@ struct LiteralInsert {
   std::vector<Value> values;
 };
 
-std::optional<LiteralInsert> splitLiteralInsert(std::string_view sql) {
+std::optional<BoundText> withBoundLiterals(std::string_view sql) {
   const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-  constexpr std::string_view kInsert = "INSERT INTO ";
-  if (sql.size() < kInsert.size() || !equalsIgnoringCase(sql.substr(0, kInsert.size()), kInsert) ||
-      sql.find('\0') != std::string_view::npos) {
+  const auto isWordChar = [&](char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == '$' || isDigit(c);
+  };
+  std::string_view start;
+  static constexpr std::string_view kQueryEnds[] = {"ORDER", "GROUP", "HAVING", "LIMIT"};
+  const auto firstWord = sql.substr(0, sql.find(' '));
+  if (equalsIgnoringCase(firstWord, "SELECT") || equalsIgnoringCase(firstWord, "DELETE")) {
+    start = "WHERE";
+  } else if (equalsIgnoringCase(firstWord, "INSERT")) {
+    start = "VALUES";
+  } else if (equalsIgnoringCase(firstWord, "UPDATE")) {
+    start = "SET";
+  } else {
     return std::nullopt;
   }
-  // The values list: after the first VALUES, with nothing quoted or bound before it.
-  std::size_t at = 0;
-  for (;; ++at) {
-    at = sql.find_first_of("Vv'?", at);
-    if (at == std::string_view::npos || sql[at] == '\'' || sql[at] == '?') return std::nullopt;
-    if (equalsIgnoringCase(sql.substr(at, 6), "VALUES") && at > 0 && sql[at - 1] == ' ') break;
-  }
-  LiteralInsert insert;
-  insert.shape = std::string(sql.substr(0, at)) + "VALUES (";
-  at += 6;
-  const auto skipBlanks = [&] {
-    while (at < sql.size() && sql[at] == ' ') ++at;
-  };
-  skipBlanks();
-  if (at >= sql.size() || sql[at] != '(') return std::nullopt;
-  ++at;
-  for (;;) {
-    skipBlanks();
-    LiteralInsert::Value value;
-    if (at < sql.size() && sql[at] == '\'') {
-      value.kind = LiteralInsert::Value::Kind::Text;
-      for (++at;; ++at) {
-        if (at >= sql.size()) return std::nullopt;
-        if (sql[at] != '\'') {
-          value.text += sql[at];
-        } else if (at + 1 < sql.size() && sql[at + 1] == '\'') {
-          value.text += '\'';
-          ++at;
+  const bool query = equalsIgnoringCase(firstWord, "SELECT");
+
+  BoundText bound;
+  bound.shape.reserve(sql.size());
+  bool inValues = false;
+  bool afterLike = false;  // the last word was LIKE or GLOB
+  int depth = 0;
+  for (std::size_t at = 0; at < sql.size();) {
+    const char c = sql[at];
+    if (c == '\'') {
+      std::string text;
+      std::size_t end = at + 1;
+      for (;; ++end) {
+        if (end >= sql.size()) return std::nullopt;
+        if (sql[end] != '\'') {
+          text += sql[end];
+        } else if (end + 1 < sql.size() && sql[end + 1] == '\'') {
+          text += '\'';
+          ++end;
         } else {
-          ++at;
           break;
         }
       }
-    } else if (at < sql.size() && (sql[at] == '-' || isDigit(sql[at]))) {
-      const std::size_t begin = at;
-      if (sql[at] == '-') ++at;
-      const std::size_t digits = at;
-      while (at < sql.size() && isDigit(sql[at])) ++at;
-      if (at == digits || at - digits > 18) return std::nullopt;
-      value.kind = LiteralInsert::Value::Kind::Integer;
-      value.integer = std::strtoll(std::string(sql.substr(begin, at - begin)).c_str(), nullptr, 10);
-    } else if (equalsIgnoringCase(sql.substr(at, 4), "NULL")) {
-      at += 4;
+      // A bound LIKE pattern would have SQLite plan the statement anew for each value.
+      if (inValues && !afterLike) {
+        bound.shape += '?';
+        bound.values.push_back({true, 0, std::move(text)});
+      } else {
+        bound.shape.append(sql, at, end + 1 - at);
+      }
+      at = end + 1;
+    } else if (isDigit(c)) {
+      std::size_t end = at;
+      while (end < sql.size() && isDigit(sql[end])) ++end;
+      // Decimals, exponents and numbers beyond a whole 64-bit value stay as written.
+      if (end < sql.size() && (isWordChar(sql[end]) || sql[end] == '.')) return std::nullopt;
+      if (inValues && end - at <= 18) {
+        bound.shape += '?';
+        BoundText::Value value;
+        value.integer = std::strtoll(std::string(sql.substr(at, end - at)).c_str(), nullptr, 10);
+        bound.values.push_back(std::move(value));
+      } else {
+        bound.shape.append(sql, at, end - at);
+      }
+      at = end;
+    } else if (isWordChar(c)) {
+      std::size_t end = at;
+      while (end < sql.size() && isWordChar(sql[end])) ++end;
+      const std::string_view word = sql.substr(at, end - at);
+      if (depth == 0 && !inValues && equalsIgnoringCase(word, start)) inValues = true;
+      if (depth == 0 && inValues && query) {
+        for (auto stop : kQueryEnds) {
+          if (equalsIgnoringCase(word, stop)) inValues = false;
+        }
+      }
+      bound.shape.append(word);
+      afterLike = equalsIgnoringCase(word, "LIKE") || equalsIgnoringCase(word, "GLOB");
+      at = end;
+      continue;
     } else {
-      return std::nullopt;
+      // Quoted names, comments, parameters and stray bytes are left to the store as written.
+      const char next = at + 1 < sql.size() ? sql[at + 1] : '\0';
+      if (c == '"' || c == '`' || c == '[' || c == '?' || c == ':' || c == '@' || c == '\0' ||
+          (c == '.' && isDigit(next)) || (c == '-' && next == '-') || (c == '/' && next == '*')) {
+        return std::nullopt;
+      }
+      if (c == '(') ++depth;
+      if (c == ')') --depth;
+      bound.shape += c;
+      ++at;
     }
-    insert.values.push_back(std::move(value));
-    skipBlanks();
-    if (at >= sql.size()) return std::nullopt;
-    if (sql[at] == ')') break;
-    if (sql[at] != ',') return std::nullopt;
-    ++at;
-    insert.shape += "?, ";
   }
-  insert.shape += "?)";
-  for (++at; at < sql.size(); ++at) {
-    if (sql[at] != ' ' && sql[at] != ';') return std::nullopt;
+  if (bound.values.empty()) return std::nullopt;
+  return bound;
+}
+
+// Binds the values a BoundText took out of its statement.
+int bindValues(sqlite3_stmt* statement, const std::vector<BoundText::Value>& values) {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const int position = static_cast<int>(i) + 1;
+    const auto& value = values[i];
+    const int rc = value.isText
+                       ? sqlite3_bind_text(statement, position, value.text.data(),
+                                           static_cast<int>(value.text.size()), SQLITE_STATIC)
+                       : sqlite3_bind_int64(statement, position, value.integer);
+    if (rc != SQLITE_OK) return rc;
   }
-  return insert;
+  return SQLITE_OK;
 }
 
 // The SQLite connection handle of an embedded session.
@@ -619,7 +660,7 @@ class EmbeddedStore {
 
   // As SOCI runs a statement: one step (a query's first row is fetched and dropped).
   void execute(const std::string& sql) {
-    if (auto insert = splitLiteralInsert(sql); insert && executeBound(*insert)) return;
+    if (auto bound = withBoundLiterals(sql); bound && executeBound(*bound)) return;
     Lease lease(*this, sql);
     if (!lease.statement) return;
     const int rc = sqlite3_step(lease.statement);
@@ -627,9 +668,15 @@ class EmbeddedStore {
   }
 
   QueryResult query(const std::string& sql) {
-    Lease lease(*this, sql);
+    const auto bound = withBoundLiterals(sql);
+    std::optional<Lease> lease;
+    if (bound) {
+      lease.emplace(*this, bound->shape, /*mayFail=*/true);
+      if (lease->statement && bindValues(lease->statement, bound->values) != SQLITE_OK) fail();
+    }
+    if (!lease || !lease->statement) lease.emplace(*this, sql);
     QueryResult result;
-    sqlite3_stmt* statement = lease.statement;
+    sqlite3_stmt* statement = lease->statement;
     if (!statement) return result;
     const int count = sqlite3_column_count(statement);
     std::vector<ReadAs> readAs(static_cast<std::size_t>(count));
@@ -662,31 +709,13 @@ class EmbeddedStore {
     return result;
   }
 
-  // An insert through its shared text. False, with nothing done, when that text does not
+  // A statement through its shared text. False, with nothing done, when that text does not
   // prepare: the statement then runs as written, to fail with the store's own words for it.
-  bool executeBound(const LiteralInsert& insert) {
-    Lease lease(*this, insert.shape, /*mayFail=*/true);
-    sqlite3_stmt* statement = lease.statement;
-    if (!statement) return false;
-    for (std::size_t i = 0; i < insert.values.size(); ++i) {
-      const int position = static_cast<int>(i) + 1;
-      const auto& value = insert.values[i];
-      int rc = SQLITE_OK;
-      switch (value.kind) {
-        case LiteralInsert::Value::Kind::Null:
-          rc = sqlite3_bind_null(statement, position);
-          break;
-        case LiteralInsert::Value::Kind::Integer:
-          rc = sqlite3_bind_int64(statement, position, value.integer);
-          break;
-        case LiteralInsert::Value::Kind::Text:
-          rc = sqlite3_bind_text(statement, position, value.text.data(),
-                                 static_cast<int>(value.text.size()), SQLITE_STATIC);
-          break;
-      }
-      if (rc != SQLITE_OK) fail();
-    }
-    const int rc = sqlite3_step(statement);
+  bool executeBound(const BoundText& bound) {
+    Lease lease(*this, bound.shape, /*mayFail=*/true);
+    if (!lease.statement) return false;
+    if (bindValues(lease.statement, bound.values) != SQLITE_OK) fail();
+    const int rc = sqlite3_step(lease.statement);
     if (rc != SQLITE_ROW && rc != SQLITE_DONE) fail();
     return true;
   }
