@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <latch>
 #include <stdexcept>
 #include <thread>
 
@@ -57,109 +56,71 @@ class FrameTest : public StoreTest {
     return out;
   }
   std::string missing() const { return (folder() / "missing.db").string(); }
-  // Two headers of the oil-and-gas list, May and June, each with a line in either collection.
-  void insertHeadersAndLines() {
-    for (const char* month : {"5", "6"}) {
-      exec(std::string("INSERT INTO DAT_SSP_PPh22 VALUES ('0123', 'D113202', '07', ") + month +
-           ", 2013, 0, '-', '112', '', '31/05/2013', '', '')");
-      for (const char* collection : {"0", "1"}) {
-        exec(std::string("INSERT INTO LAMPIRAN_SSP_PPh22 VALUES ('D113202', ") + month +
-             ", 2013, 0, " + collection + ", 1, '-', 'm" + month + "c" + collection + "')");
-      }
-    }
-  }
 };
 
+// The store's own description (ConnectionTest's) after the start-up prefix, plain or shaped.
 TEST_F(FrameTest, WrongSourceShowsOneStartUpMessageAndLeavesTheObjectUnconnected) {
-  // The driver manager's text goes on after the unknown name's description.
-  const std::pair<std::string, std::string> sources[] = {
-      {missing(), "Store file not found: " + missing()},
-      {"KorvaneNoSuchDataSource", "[unixODBC][Driver Manager]Data source name not found"}};
-  for (const auto& [dataSource, description] : sources) {
-    for (bool shape : {false, true}) {
-      SCOPED_TRACE(dataSource + (shape ? " shape" : " plain"));
-      clearMessages();
-      CGeneralClass general;
-      (general.*(shape ? &CGeneralClass::pAssignConStr_Shape : &CGeneralClass::pAssignConStr))(
-          dataSource, "budi", "rahasia");
-      ASSERT_EQ(messages().size(), 1u);
-      const auto expected = "-2147467259: Class_Initialize Sub: " + description;
-      const auto& shown = messages().front().text;
-      EXPECT_EQ(dataSource == missing() ? shown : shown.substr(0, expected.size()), expected);
-      EXPECT_EQ(messages().front().buttons, kOkOnly);
-      EXPECT_EQ(messages().front().title, "");
-      EXPECT_FALSE(general.connected());
+  for (bool shape : {false, true}) {
+    SCOPED_TRACE(shape ? "shape" : "plain");
+    clearMessages();
+    CGeneralClass general;
+    (general.*(shape ? &CGeneralClass::pAssignConStr_Shape : &CGeneralClass::pAssignConStr))(
+        missing(), "budi", "rahasia");
+    ASSERT_EQ(messages().size(), 1u);
+    EXPECT_EQ(messages().front().text,
+              "-2147467259: Class_Initialize Sub: Store file not found: " + missing());
+    EXPECT_EQ(messages().front().buttons, kOkOnly);
+    EXPECT_EQ(messages().front().title, "");
 
-      // Later operations show the description alone and return their defaults; the query
-      // services stay silent.
-      clearMessages();
-      EXPECT_TRUE(general.pGetNoBuktiHdr(22).empty());
-      EXPECT_EQ(general.pGetRecordDbase("SELECT * FROM SETTING_TARIF_PPH"), nullptr);
-      general.pExecQuery("DELETE * FROM SETTING_TARIF_PPH");
-      EXPECT_EQ(texts(), Texts{kClosed});
-      EXPECT_EQ(count("SELECT COUNT(*) FROM SETTING_TARIF_PPH"), 12);
-    }
+    // Later operations show the description alone and return their defaults; the query
+    // services stay silent.
+    clearMessages();
+    EXPECT_TRUE(general.pGetNoBuktiHdr(22).empty());
+    EXPECT_EQ(general.pGetRecordDbase("SELECT * FROM SETTING_TARIF_PPH"), nullptr);
+    general.pExecQuery("DELETE * FROM SETTING_TARIF_PPH");
+    EXPECT_EQ(texts(), Texts{kClosed});
+    EXPECT_EQ(count("SELECT COUNT(*) FROM SETTING_TARIF_PPH"), 12);
   }
 }
 
 TEST_F(FrameTest, ConnectingBuildsTheConnectionStringAndHandsTheCredentialsOnPerThread) {
   if (!embeddedStore()) GTEST_SKIP() << "the embedded store takes any user and password";
-  const auto before = Object::liveObjects();
   ProbeObject probe;
-  EXPECT_EQ(Object::liveObjects(), before + 1);
-  EXPECT_EQ(probe.connectionString(), "");
-  EXPECT_FALSE(probe.connected());
-
   probe.pAssignConStr(store(), "budi", "ab;cd");
-  EXPECT_TRUE(probe.connected());
   // Inserted as given: the ";" in the password splits the string, and nothing is escaped.
   EXPECT_EQ(probe.connectionString(), "PROVIDER=MSDASQL;dsn=" + store() + ";uid=budi;pwd=ab;cd;");
   EXPECT_EQ(probe.companion().dataSource() + " " + probe.companion().userId(), store() + " budi");
   auto credentials = componentCredentials();
   EXPECT_EQ(credentials.dataSource + " " + credentials.userId + " " + credentials.password,
             store() + " budi ab;cd");
-  EXPECT_EQ(probe.countRows("DS_REF_JENIS_PAJAK"), 14);
 
-  std::latch bothConnected(2);
-  Credentials seenA, seenB;
-  auto run = [&](const std::string& user, const std::string& password, Credentials& seen) {
+  Credentials seen;
+  std::thread([&] {
     ProbeObject own;
-    own.pAssignConStr(store(), user, password);
-    bothConnected.arrive_and_wait();
+    own.pAssignConStr(store(), "alice", "pa");
     seen = componentCredentials();
-  };
-  std::thread a(run, "alice", "pa", std::ref(seenA));
-  std::thread b(run, "bob", "pb", std::ref(seenB));
-  a.join();
-  b.join();
-  EXPECT_EQ(seenA.dataSource + " " + seenA.userId + " " + seenA.password, store() + " alice pa");
-  EXPECT_EQ(seenB.userId + " " + seenB.password, "bob pb");
+  }).join();
+  EXPECT_EQ(seen.dataSource + " " + seen.userId + " " + seen.password, store() + " alice pa");
   EXPECT_EQ(componentCredentials().userId, "budi");  // this thread's own
 
   probe.pAssignConStr_Shape(store(), "ani", "x");
   EXPECT_EQ(probe.connectionString(),
             "PROVIDER=MSDataShape;Data PROVIDER=MSDASQL;dsn=" + store() + ";uid=ani;pwd=x;");
   EXPECT_EQ(componentCredentials().userId, "ani");
-  EXPECT_EQ(probe.countRows("DS_REF_JENIS_PAJAK"), 14);
   EXPECT_TRUE(messages().empty());
 }
 
 TEST_F(FrameTest, QueryServicesAreSilentAndASecondConnectionReplacesTheFirst) {
   auto general = connected<CGeneralClass>();
   EXPECT_EQ(general->pGetRecordDbase("SELECT * FROM NO_SUCH_TABLE"), nullptr);
-  EXPECT_EQ(general->pGetRecordDbase("SELEKT nonsense"), nullptr);
   general->pExecQuery("DELETE * FROM NO_SUCH_TABLE");
   general->pExecQuery("INSERT INTO DAT_PARTNER VALUES ('01', 'PT A')");
   EXPECT_TRUE(messages().empty());
-  auto rates = general->pGetRecordDbase("SELECT * FROM SETTING_TARIF_PPH WHERE PASAL = 22");
-  ASSERT_TRUE(rates);
-  EXPECT_EQ(rates->RecordCount(), 12);
   EXPECT_EQ(count("SELECT COUNT(*) FROM DAT_PARTNER WHERE ALAMAT_PARTNER IS NULL"), 1);
 
   const auto other = (folder() / "other.db").string();
   store::createStore(other);
   general->pAssignConStr(other, "u2", "p2");
-  EXPECT_EQ(general->connectionString(), "PROVIDER=MSDASQL;dsn=" + other + ";uid=u2;pwd=p2;");
   general->pExecQuery("INSERT INTO DAT_PARTNER VALUES ('02', 'PT B', 'JAKARTA')");
   EXPECT_EQ(count("SELECT COUNT(*) FROM DAT_PARTNER"), 1);
   auto there = general->pGetRecordDbase("SELECT * FROM DAT_PARTNER");
@@ -171,74 +132,71 @@ TEST_F(FrameTest, QueryServicesAreSilentAndASecondConnectionReplacesTheFirst) {
   EXPECT_EQ(messages().size(), 1u);
 }
 
-TEST_F(FrameTest, DataMembersNameTheHeaderAndTheCurrentRowsChaptersAndHandlersMayCallTheObject) {
-  insertHeadersAndLines();
-  ProbeObject probe;
+// Two headers of the oil-and-gas list, May and June, each with a line in either collection.
+TEST_F(FrameTest, DataMembersFollowTheHeaderWhoseMovesArePassedOnToHandlersThatMayCallTheObject) {
+  for (const char* month : {"5", "6"}) {
+    exec(std::string("INSERT INTO DAT_SSP_PPh22 VALUES ('0123', 'D113202', '07', ") + month +
+         ", 2013, 0, '-', '112', '', '31/05/2013', '', '')");
+    for (const char* collection : {"0", "1"}) {
+      exec(std::string("INSERT INTO LAMPIRAN_SSP_PPh22 VALUES ('D113202', ") + month +
+           ", 2013, 0, " + collection + ", 1, '-', 'm" + month + "c" + collection + "')");
+    }
+  }
+  auto probe = std::make_unique<ProbeObject>();
   auto member = [&](const char* name) {
-    return probe.GetDataMember(name)->Fields("DAT_FORM").Value().text();
+    return probe->GetDataMember(name)->Fields("DAT_FORM").Value().text();
   };
-  probe.pAssignConStr_Shape(store(), user(), password());
-  EXPECT_EQ(probe.GetDataMember("Primary"), nullptr);  // nothing loaded yet
-  probe.loadHeaders(
+  probe->pAssignConStr_Shape(store(), user(), password());
+  EXPECT_EQ(probe->GetDataMember("Primary"), nullptr);  // nothing loaded yet
+  const std::string shape =
       "SHAPE {SELECT * FROM DAT_SSP_PPh22 ORDER BY MS_PAJAK} AS dD113202Hdr "
       "APPEND ({SELECT * FROM LAMPIRAN_SSP_PPh22 WHERE COLLNO = 0} AS d22Details1 "
       "RELATE KD_FORM TO KD_FORM, MS_PAJAK TO MS_PAJAK) AS d22Details1, "
       "({SELECT * FROM LAMPIRAN_SSP_PPh22 WHERE COLLNO = 1} AS d22Details2 "
-      "RELATE KD_FORM TO KD_FORM, MS_PAJAK TO MS_PAJAK) AS d22Details2");
-  auto hdr = probe.rs22Hdr();
-  ASSERT_TRUE(hdr && probe.GetDataMember("Secondary") && probe.GetDataMember("Ternary"));
-  EXPECT_EQ(probe.GetDataMember("Primary"), hdr);
+      "RELATE KD_FORM TO KD_FORM, MS_PAJAK TO MS_PAJAK) AS d22Details2";
+  probe->loadHeaders(shape);
+  auto first = probe->rs22Hdr();
+  ASSERT_TRUE(first && probe->GetDataMember("Secondary") && probe->GetDataMember("Ternary"));
+  EXPECT_EQ(probe->GetDataMember("Primary"), first);
   EXPECT_EQ(member("Secondary") + " " + member("Ternary"), "m5c0 m5c1");
-  for (const char* other : {"primary", "PRIMARY", "secondary", "ternary", "Primary ", "", "Main"}) {
-    EXPECT_EQ(probe.GetDataMember(other), nullptr) << other;
-  }
+  for (const char* other : {"PRIMARY", "secondary", "Primary ", "", "Main"})
+    EXPECT_EQ(probe->GetDataMember(other), nullptr) << other;
 
-  // A MoveComplete handler may call the object; a failure there is shown once.
+  // A handler may call the object; a failure there is shown once. WillChangeRecord is not
+  // passed on.
   std::vector<long> counted;
-  probe.onMoveComplete([&] {
-    counted.push_back(probe.countRows("DAT_SSP_PPh22"));
-    counted.push_back(probe.countRows("NO_SUCH_TABLE"));
+  auto id = probe->onMoveComplete([&] {
+    counted.push_back(probe->countRows("DAT_SSP_PPh22"));
+    counted.push_back(probe->countRows("NO_SUCH_TABLE"));
   });
-  hdr->MoveNext();
+  first->MoveNext();
   EXPECT_EQ(member("Secondary") + " " + member("Ternary"), "m6c0 m6c1");
+  first->Fields("DAT_FORM").Value("changed");
   EXPECT_EQ(counted, (std::vector<long>{2, 0}));
   ASSERT_EQ(messages().size(), 1u);
   if (embeddedStore()) {
     EXPECT_EQ(messages()[0].text, "no such table: NO_SUCH_TABLE");
   }
-}
-
-TEST_F(FrameTest, MoveCompleteIsPassedOnFromTheHeaderRecordset) {
-  insertHeadersAndLines();
-  auto probe = std::make_unique<ProbeObject>();
-  probe->pAssignConStr(store(), user(), password());
-  int moves = 0;
-  auto id = probe->onMoveComplete([&] { ++moves; });
-  probe->loadHeaders("SELECT * FROM DAT_SSP_PPh22");
-  auto first = probe->rs22Hdr();
-  first->MoveNext();
-  first->MoveFirst();
-  EXPECT_EQ(moves, 2);
-  first->Fields("DAT_FORM").Value("changed");  // WillChangeRecord is not passed on
-  EXPECT_EQ(moves, 2);
+  probe->unsubscribe(id);
 
   // A replaced header recordset no longer reaches the object.
-  probe->loadHeaders("SELECT * FROM DAT_SSP_PPh22");
-  EXPECT_NE(probe->rs22Hdr(), first);
-  first->MoveNext();
-  EXPECT_EQ(moves, 2);
+  int moves = 0;
+  id = probe->onMoveComplete([&] { ++moves; });
+  probe->loadHeaders(shape);
+  first->MoveFirst();
+  EXPECT_EQ(moves, 0);
   probe->rs22Hdr()->MoveNext();
-  EXPECT_EQ(moves, 3);
+  EXPECT_EQ(moves, 1);
   probe->unsubscribe(id);
   probe->rs22Hdr()->MoveFirst();
-  EXPECT_EQ(moves, 3);
+  EXPECT_EQ(moves, 1);
 
   // The host may keep the header recordset after the object is gone.
   probe->onMoveComplete([&] { ++moves; });
   auto kept = probe->GetDataMember("Primary");
   probe.reset();
   kept->MoveNext();
-  EXPECT_EQ(moves, 3);
+  EXPECT_EQ(moves, 1);
 }
 
 TEST_F(FrameTest, FailureInsideAnotherOperationIsShownOnceByTheOutermost) {
@@ -287,10 +245,8 @@ TEST_F(FrameTest, WithoutAMessageServiceTheTextGoesToStandardErrorAndAThrowingOn
     ++shown;
     throw std::runtime_error("the host's dialog failed");
   });
-  long counted = -5;
-  EXPECT_NO_THROW(counted = probe.countRows("DAT_PARTNER"));
-  EXPECT_EQ(counted, 0);
-  EXPECT_NO_THROW(probe.pAssignConStr(missing(), "", ""));
+  EXPECT_EQ(probe.countRows("DAT_PARTNER"), 0);  // nothing escapes
+  probe.pAssignConStr(missing(), "", "");
   EXPECT_EQ(shown, 2);
 }
 

@@ -9,7 +9,6 @@
 #include <initializer_list>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "korvane/store/error.hpp"
 #include "support/store_fixture.hpp"
@@ -26,7 +25,6 @@ std::pair<long, std::string> errorOf(const std::function<void()>& action) {
   }
   return {0, ""};
 }
-long errorNumberOf(const std::function<void()>& action) { return errorOf(action).first; }
 
 // The visible rows from the first: "; " between rows, a blank between the columns, Null as "-".
 // RecordCount must agree. Leaves the recordset on its first row.
@@ -52,7 +50,7 @@ std::string rows(const RecordsetPtr& rs,
 // field raises "no current record".
 std::string at(const RecordsetPtr& rs) {
   if (!rs->BOF() && !rs->EndOfFile()) return rs->Fields("NPWP_PARTNER").Value().text();
-  EXPECT_EQ(errorNumberOf([&] { rs->Fields("NPWP_PARTNER").Value(); }), errc::kNoCurrentRecord);
+  EXPECT_EQ(errorOf([&] { rs->Fields("NPWP_PARTNER").Value(); }).first, errc::kNoCurrentRecord);
   return rs->BOF() && rs->EndOfFile() ? "BOF EOF" : rs->BOF() ? "BOF" : "EOF";
 }
 
@@ -86,12 +84,15 @@ class RecordsetTest : public StoreTest {
   }
 };
 
-TEST_F(RecordsetTest, OpeningStandsOnTheFirstRowAndMovesRaiseNoCurrentRecordPastEitherEnd) {
+TEST_F(RecordsetTest, OpeningStandsOnTheFirstRowOrBofAndEofWhenEmptyAndMovesStopAtEitherEnd) {
+  // An empty result still knows its columns.
+  auto none = query("SELECT * FROM DAT_PARTNER WHERE NPWP_PARTNER = 'none'");
+  EXPECT_EQ(at(none), "BOF EOF");
+  EXPECT_EQ(none->Fields().Count(), 3u);
+  EXPECT_EQ(errorOf([&] { none->Move(1); }).first, errc::kNoCurrentRecord);
+
   auto rs = partners();
   EXPECT_EQ(at(rs), "01");
-  EXPECT_EQ(rows(rs), "01; 02; 03; 04; 05");
-  EXPECT_EQ(rs->baseTable(), "DAT_PARTNER");
-
   // Each step and where it leaves the recordset; a step that raises moves nothing.
   const std::pair<std::function<void()>, std::string> steps[] = {
       {[&] { rs->Move(2); }, "03"},           {[&] { rs->Move(-1); }, "02"},
@@ -105,7 +106,7 @@ TEST_F(RecordsetTest, OpeningStandsOnTheFirstRowAndMovesRaiseNoCurrentRecordPast
   std::string where = "01";
   for (std::size_t i = 0; i < std::size(steps); ++i) {
     const bool raises = steps[i].second == "raises";
-    EXPECT_EQ(errorNumberOf(steps[i].first), raises ? errc::kNoCurrentRecord : 0) << "step " << i;
+    EXPECT_EQ(errorOf(steps[i].first).first, raises ? errc::kNoCurrentRecord : 0) << "step " << i;
     if (!raises) where = steps[i].second;
     EXPECT_EQ(at(rs), where) << "step " << i;
   }
@@ -114,34 +115,20 @@ TEST_F(RecordsetTest, OpeningStandsOnTheFirstRowAndMovesRaiseNoCurrentRecordPast
   rs->MoveFirst();
   EXPECT_EQ(rs->Fields("nama_partner").Value().text(), "PT ANGIN RIBUT");
   EXPECT_STRCASEEQ(rs->Fields("Nama_Partner").Name().c_str(), "NAMA_PARTNER");
-  rs->Fields("alamat_PARTNER").Value("BOGOR");
-  EXPECT_EQ(rs->Fields("ALAMAT_PARTNER").Value().text(), "BOGOR");
-  EXPECT_EQ(errorNumberOf([&] { rs->Fields("NAMA"); }), errc::kItemNotFound);
-}
-
-TEST_F(RecordsetTest, EmptyResultIsAtBofAndEofAtOnceAndStillKnowsItsColumns) {
-  auto rs = query("SELECT * FROM DAT_PARTNER WHERE NPWP_PARTNER = 'none'");
-  EXPECT_EQ(at(rs), "BOF EOF");
-  EXPECT_EQ(rows(rs), "");
-  std::string names;  // servers may hand names back in another case
-  for (const auto& name : rs->columnNames()) names += name + " ";
-  EXPECT_STRCASEEQ(names.c_str(), "NPWP_PARTNER NAMA_PARTNER ALAMAT_PARTNER ");
-  EXPECT_EQ(rs->Fields().Count(), 3u);
-  EXPECT_EQ(errorNumberOf([&] { rs->Move(1); }), errc::kNoCurrentRecord);
+  EXPECT_EQ(errorOf([&] { rs->Fields("NAMA"); }).first, errc::kItemNotFound);
 }
 
 // Each filter shows exactly the matching rows from the first; an empty one shows every row
-// again from the first; values changed in memory are filtered by their new value.
+// again from the first. How criteria match is FilterTest's; these go through the recordset's
+// equality index or past it.
 TEST_F(RecordsetTest, FilterShowsExactlyTheMatchingRowsFromTheFirst) {
   auto rs = partners();
   const std::pair<std::string, std::string> cases[] = {
       {"ALAMAT_PARTNER = 'JAKARTA'", "01; 05"},
       {"NAMA_PARTNER = 'PT Angin Ribut'", "01; 04"},  // equality ignores case
-      {"NAMA_PARTNER = 'O''BRIEN TRADING'", "02"},
       {"NAMA_PARTNER = Null", "03"},
-      {"NAMA_PARTNER <> Null", "01; 02; 04; 05"},
-      {"NAMA_PARTNER LIKE 'PT%'", "01; 04"},
       {"NAMA_PARTNER LIKE '%RIBUT%' AND ALAMAT_PARTNER = 'MEDAN'", "04"},
+      {"NAMA_PARTNER = 'pt angin ribut' AND ALAMAT_PARTNER = 'JAKARTA'", "01"},
       {"NPWP_PARTNER = '02' OR NPWP_PARTNER = '05'", "02; 05"},
       {"ALAMAT_PARTNER = 'BOGOR'", ""}};
   for (const auto& [criteria, expected] : cases) {
@@ -154,47 +141,25 @@ TEST_F(RecordsetTest, FilterShowsExactlyTheMatchingRowsFromTheFirst) {
     EXPECT_EQ(rows(rs), expected);
     if (!expected.empty()) rs->MoveNext();
     rs->Filter("");
-    EXPECT_EQ(rs->filterText(), "");
     EXPECT_EQ(rs->AbsolutePosition(), 0);
     EXPECT_EQ(rows(rs), "01; 02; 03; 04; 05");
   }
-
-  rs->Filter("NPWP_PARTNER = '03'");
-  rs->Fields("ALAMAT_PARTNER").Value("JAKARTA");
-  rs->Filter("ALAMAT_PARTNER = 'JAKARTA'");
-  EXPECT_EQ(rows(rs), "01; 03; 05");
-  rs->Filter("ALAMAT_PARTNER = 'SURABAYA'");
-  EXPECT_EQ(rows(rs), "");
 }
 
 // The slip lists filter one large recordset over and over; the answers must stay exact.
 TEST_F(RecordsetTest, ManyEqualityFiltersOnTenThousandRows) {
-  {
-    auto writer = query("SELECT * FROM DS_FORM_LAMPIRAN");
-    for (int i = 0; i < 10000; ++i) {
-      addNew(writer, {{"KD_FORM", i % 2 == 0 ? "D113204" : "D113204A"},
-                      {"MS_PAJAK", std::int16_t(1 + i % 12)},
-                      {"SEQ", static_cast<double>(i)},
-                      {"NOBUKTI", slipNumber(i)},
-                      {"DAT_FORM", "row " + std::to_string(i)}});
-    }
-    writer->UpdateBatch();
-  }
   auto rs = query("SELECT * FROM DS_FORM_LAMPIRAN");
-  ASSERT_EQ(rs->RecordCount(), 10000);
-
+  for (int i = 0; i < 10000; ++i) {
+    addNew(rs, {{"KD_FORM", i % 2 == 0 ? "D113204" : "D113204A"},
+                {"MS_PAJAK", std::int16_t(1 + i % 12)},
+                {"SEQ", static_cast<double>(i)},
+                {"NOBUKTI", slipNumber(i)}});
+  }
+  rs->UpdateBatch();
+  rs->Requery();
   for (int i = 0; i < 10000; i += 37) {
     rs->Filter("NOBUKTI = '" + slipNumber(i) + "'");
     ASSERT_EQ(rows(rs, {"SEQ"}), std::to_string(i));
-    EXPECT_EQ(rs->Fields("DAT_FORM").Value().text(), "row " + std::to_string(i));
-  }
-  for (int month = 1; month <= 12; ++month) {
-    rs->Filter("KD_FORM = 'D113204' AND MS_PAJAK = " + std::to_string(month));
-    std::string expected;  // every even row of the month
-    for (int i = month - 1; i < 10000; i += 12) {
-      if (i % 2 == 0) expected += (expected.empty() ? "" : "; ") + std::to_string(i);
-    }
-    EXPECT_EQ(rows(rs, {"SEQ"}), expected) << month;
   }
   // A value changed in memory is found under its new value and no longer under the old one.
   rs->Filter("NOBUKTI = '000074/PPH22'");
@@ -207,33 +172,25 @@ TEST_F(RecordsetTest, ManyEqualityFiltersOnTenThousandRows) {
   EXPECT_EQ(rs->RecordCount(), 10000);
 }
 
+// Nothing is written before the batch, each new row once, the fields left unset as Null.
 TEST_F(RecordsetTest, AddNewAndUpdateBatchInsertTheRowOnceWithUnsetFieldsNull) {
   auto rs = query("SELECT * FROM SETTING_NOBUKTI_PPH WHERE PASAL = 22");
-  ASSERT_TRUE(rs->EndOfFile());
   addNew(rs, {{"PASAL", std::int16_t{22}}, {"NO_URUT", "000000"}, {"FORMAT_STRING", "/PPH22"}});
   EXPECT_EQ(count("SELECT COUNT(*) FROM SETTING_NOBUKTI_PPH"), 0);
   rs->UpdateBatch();
-  rs->UpdateBatch();  // written once: a second batch has nothing to do
-  EXPECT_EQ(rows(query("SELECT * FROM SETTING_NOBUKTI_PPH"), {"PASAL"}), "22");
-  EXPECT_EQ(scalar("SELECT NO_URUT FROM SETTING_NOBUKTI_PPH WHERE PASAL = 22").text(), "000000");
-  EXPECT_EQ(scalar("SELECT FORMAT_STRING FROM SETTING_NOBUKTI_PPH").text(), "/PPH22");
-
-  auto other = query("SELECT * FROM SETTING_NOBUKTI_PPH WHERE PASAL = 99");
-  addNew(other, {{"PASAL", std::int16_t{99}}, {"NO_URUT", "000000"}});
-  other->UpdateBatch();
-  EXPECT_EQ(count("SELECT COUNT(*) FROM SETTING_NOBUKTI_PPH WHERE FORMAT_STRING IS NULL"), 1);
-  other->Requery();
-  EXPECT_EQ(rows(other, {"PASAL"}), "99");
-  EXPECT_TRUE(other->Fields("FORMAT_STRING").Value().isNull());
+  addNew(rs, {{"PASAL", std::int16_t{99}}, {"NO_URUT", "000000"}});
+  rs->UpdateBatch();
+  EXPECT_EQ(rows(query("SELECT * FROM SETTING_NOBUKTI_PPH ORDER BY PASAL"),
+                 {"PASAL", "NO_URUT", "FORMAT_STRING"}),
+            "22 000000 /PPH22; 99 000000 -");
 }
 
 // Components spell table names as they like; the write-back names the table as the store has
-// it, and writes only what changed.
+// it, and writes only what changed, Nulls included.
 TEST_F(RecordsetTest, WriteBackUpdatesChangedRowsAndInsertsNewOnes) {
   partners();
   auto rs = query("SELECT * FROM dat_partner WHERE ALAMAT_PARTNER = 'JAKARTA'");
   EXPECT_EQ(rs->baseTable(), "DAT_PARTNER");
-  EXPECT_EQ(rows(rs), "01; 05");
   rs->MoveNext();
   rs->Fields("NAMA_PARTNER").Value("CV BUMI LESTARI");
   addNew(rs, {{"NPWP_PARTNER", "06"}});
@@ -241,11 +198,6 @@ TEST_F(RecordsetTest, WriteBackUpdatesChangedRowsAndInsertsNewOnes) {
   rs->MoveFirst();
   rs->Fields("ALAMAT_PARTNER").Value("DEPOK");
   rs->Update();  // writes the current row at once
-  EXPECT_EQ(storedPartners(),
-            "01 PT ANGIN RIBUT DEPOK; 02 O'BRIEN TRADING BANDUNG; 03 - SURABAYA; "
-            "04 pt angin ribut MEDAN; 05 CV BUMI LESTARI JAKARTA; 06 - -");
-
-  // A stored Null replaced, and a value set back to Null.
   auto nulls =
       query("SELECT * FROM DAT_PARTNER WHERE NPWP_PARTNER IN ('01', '03') ORDER BY NPWP_PARTNER");
   nulls->Fields("NAMA_PARTNER").Value(Null);
@@ -257,9 +209,9 @@ TEST_F(RecordsetTest, WriteBackUpdatesChangedRowsAndInsertsNewOnes) {
             "04 pt angin ribut MEDAN; 05 CV BUMI LESTARI JAKARTA; 06 - -");
 }
 
-// The row was changed behind the recordset's back: the write-back refuses, names the table and
-// writes none of the batch.
-TEST_F(RecordsetTest, WriteBackConflictRaisesAndWritesNothing) {
+// A row changed behind the recordset's back: the write-back refuses, names the table and writes
+// none of the batch. Nor is a join written back.
+TEST_F(RecordsetTest, WriteBackRefusesAConflictOrAJoinAndWritesNothing) {
   auto rs = partners();
   rs->Fields("ALAMAT_PARTNER").Value("DEPOK");  // 01: no conflict
   rs->MoveNext();
@@ -274,10 +226,29 @@ TEST_F(RecordsetTest, WriteBackConflictRaisesAndWritesNothing) {
   EXPECT_EQ(storedPartners(),
             "01 PT ANGIN RIBUT JAKARTA; 02 OBRIEN BANDUNG; 03 - SURABAYA; "
             "04 pt angin ribut MEDAN; 05 CV BUMI JAKARTA");
+
+  exec("INSERT INTO PARTNER_INFO VALUES ('01', 'langganan')");
+  auto join = query(
+      "SELECT p.NPWP_PARTNER, i.KETERANGAN FROM DAT_PARTNER p JOIN PARTNER_INFO i ON "
+      "p.NPWP_PARTNER = i.NPWP_PARTNER");
+  join->Fields("KETERANGAN").Value("lama");
+  EXPECT_EQ(errorOf([&] { join->UpdateBatch(); }).first, errc::kNotUpdatable);
+  EXPECT_EQ(scalar("SELECT KETERANGAN FROM PARTNER_INFO").text(), "langganan");
 }
 
-TEST_F(RecordsetTest, RequeryReadsTheStoreAgainAndClearsTheFilter) {
+// What was not written is dropped: a cancelled change or new row, and on a requery the filter
+// and whatever the store no longer holds.
+TEST_F(RecordsetTest, CancelUpdateRestoresTheRowAndRequeryReadsTheStoreAgain) {
   auto rs = partners();
+  rs->Fields("NAMA_PARTNER").Value("CHANGED");
+  rs->CancelUpdate();
+  EXPECT_EQ(rs->Fields("NAMA_PARTNER").Value().text(), "PT ANGIN RIBUT");
+  addNew(rs, {{"NPWP_PARTNER", "06"}});
+  rs->CancelUpdate();
+  EXPECT_EQ(rs->RecordCount(), 5);
+  rs->UpdateBatch();
+  EXPECT_EQ(storedPartners(), kPartners);
+
   rs->Filter("ALAMAT_PARTNER = 'JAKARTA'");
   exec("INSERT INTO DAT_PARTNER VALUES ('00', 'FIRMA NOL', 'BOGOR')");
   exec("DELETE * FROM DAT_PARTNER WHERE NPWP_PARTNER = '05'");
@@ -288,121 +259,82 @@ TEST_F(RecordsetTest, RequeryReadsTheStoreAgainAndClearsTheFilter) {
   EXPECT_EQ(rows(rs), "00; 01; 02; 03; 04");
 }
 
-TEST_F(RecordsetTest, CancelUpdateRestoresTheRowAndDropsANewOne) {
-  auto rs = partners();
-  rs->Fields("NAMA_PARTNER").Value("CHANGED");
-  rs->CancelUpdate();
-  EXPECT_EQ(rs->Fields("NAMA_PARTNER").Value().text(), "PT ANGIN RIBUT");
-  addNew(rs, {{"NPWP_PARTNER", "06"}});
-  EXPECT_EQ(rs->RecordCount(), 6);
-  rs->CancelUpdate();
-  EXPECT_EQ(rs->RecordCount(), 5);
-  rs->UpdateBatch();
-  EXPECT_EQ(storedPartners(), kPartners);
-}
-
-TEST_F(RecordsetTest, RecordsetOfAJoinIsNotWrittenBack) {
-  partners();
-  exec("INSERT INTO PARTNER_INFO VALUES ('01', 'langganan')");
-  auto rs = query(
-      "SELECT p.NPWP_PARTNER, i.KETERANGAN FROM DAT_PARTNER p JOIN PARTNER_INFO i ON "
-      "p.NPWP_PARTNER = i.NPWP_PARTNER");
-  EXPECT_EQ(rows(rs), "01");
-  rs->Fields("KETERANGAN").Value("lama");
-  EXPECT_EQ(errorNumberOf([&] { rs->UpdateBatch(); }), errc::kNotUpdatable);
-  EXPECT_EQ(scalar("SELECT KETERANGAN FROM PARTNER_INFO").text(), "langganan");
-}
-
 // MoveComplete comes on every move; WillChangeRecord once before a row's first change, with
 // the row still as it was.
 TEST_F(RecordsetTest, EventsComeOnEveryMoveAndOnceBeforeARowIsFirstChanged) {
   auto rs = partners();
-  int moves = 0;
-  auto id = rs->onMoveComplete([&] { ++moves; });
-  std::vector<std::string> seen;  // the address when the event came
+  std::string events;
+  auto id = rs->onMoveComplete([&] { events += " move"; });
   rs->onWillChangeRecord(
-      [&] { seen.push_back(rs->EndOfFile() ? "" : rs->Fields("ALAMAT_PARTNER").Value().text()); });
+      [&] { events += " change " + rs->Fields("ALAMAT_PARTNER").Value().text(); });
   rs->Fields("ALAMAT_PARTNER").Value("DEPOK");
   rs->Fields("ALAMAT_PARTNER").Value("BOGOR");
   rs->MoveNext();
   rs->Fields("NAMA_PARTNER").Value("X");
-  EXPECT_EQ(seen, (std::vector<std::string>{"JAKARTA", "BANDUNG"}));
   rs->MoveLast();
   rs->MoveFirst();
-  EXPECT_EQ(moves, 3);
+  events += " / filter:";
   rs->Filter("ALAMAT_PARTNER = 'JAKARTA'");
-  EXPECT_EQ(moves, 4);
+  events += " / requery:";
   rs->Requery();
-  EXPECT_EQ(moves, 5);
+  events += " / add:";
   rs->AddNew();
-  EXPECT_EQ(moves, 6);
-  EXPECT_EQ(seen.size(), 3u);
+  events += " / unsubscribed:";
   rs->unsubscribe(id);
   rs->MoveFirst();
-  EXPECT_EQ(moves, 6);
+  EXPECT_EQ(events,
+            " change JAKARTA move change BANDUNG move move / filter: move / requery: move / add:"
+            " change JAKARTA move / unsubscribed:");
 }
 
-class RecordsetShapeTest : public RecordsetTest {
- protected:
-  void SetUp() override {
-    RecordsetTest::SetUp();
-    // Three list headers: May and June have lines, July has none.
-    for (int month : {5, 6, 7}) {
-      exec("INSERT INTO DAT_SSP_PPh22 VALUES ('0123', 'D113202', '07', " + std::to_string(month) +
-           ", 2013, 0, '-', '112', 'hdr " + std::to_string(month) + "', '31/05/2013', '', '')");
-    }
-    for (const char* line :
-         {"5, 2013, 0, 0, 1, '-', '5;2013;1'", "5, 2013, 0, 0, 2, '-', '5;2013;2'",
-          "5, 2013, 0, 1, 3, '-', '5;2013;3'", "6, 2013, 0, 0, 1, '-', '6;2013;1'",
-          "6, 2013, 0, 1, 2, '-', '6;2013;2'", "6, 2013, 0, 1, 3, '-', '6;2013;3'",
-          // Same month, another correction: relates to no header.
-          "5, 2013, 1, 0, 9, '-', 'x'"}) {
-      exec(std::string("INSERT INTO LAMPIRAN_SSP_PPh22 VALUES ('D113202', ") + line + ")");
-    }
+// Three list headers: May and June have lines, July has none. Chapters follow their header's
+// row, and both are written back to their own tables.
+TEST_F(RecordsetTest, ShapedRecordsetsHoldExactlyTheRelatedChildRowsAndAreWrittenBack) {
+  for (int month : {5, 6, 7}) {
+    exec("INSERT INTO DAT_SSP_PPh22 VALUES ('0123', 'D113202', '07', " + std::to_string(month) +
+         ", 2013, 0, '-', '112', 'hdr " + std::to_string(month) + "', '31/05/2013', '', '')");
   }
-
-  static constexpr const char* kShape =
+  for (const char* line : {"5, 2013, 0, 0, 1, '-', '5;2013;1'", "5, 2013, 0, 0, 2, '-', '5;2013;2'",
+                           "5, 2013, 0, 1, 3, '-', '5;2013;3'", "6, 2013, 0, 0, 1, '-', '6;2013;1'",
+                           "6, 2013, 0, 1, 2, '-', '6;2013;2'", "6, 2013, 0, 1, 3, '-', '6;2013;3'",
+                           // Same month, another correction: relates to no header.
+                           "5, 2013, 1, 0, 9, '-', 'x'"}) {
+    exec(std::string("INSERT INTO LAMPIRAN_SSP_PPh22 VALUES ('D113202', ") + line + ")");
+  }
+  auto rs = query(
       "SHAPE {SELECT * FROM DAT_SSP_PPh22 WHERE KD_FORM = 'D113202' ORDER BY MS_PAJAK} AS hdr "
       "APPEND ({SELECT * FROM LAMPIRAN_SSP_PPh22 WHERE COLLNO = 0 ORDER BY SEQ} AS d22Details1 "
       "RELATE KD_FORM TO KD_FORM, MS_PAJAK TO MS_PAJAK, TH_PAJAK TO TH_PAJAK, "
       "KD_PEMBETULAN_KE TO KD_PEMBETULAN_KE) AS d22Details1, "
       "({SELECT * FROM LAMPIRAN_SSP_PPh22 WHERE COLLNO = 1 ORDER BY SEQ} AS d22Details2 "
       "RELATE KD_FORM TO KD_FORM, MS_PAJAK TO MS_PAJAK, TH_PAJAK TO TH_PAJAK, "
-      "KD_PEMBETULAN_KE TO KD_PEMBETULAN_KE) AS d22Details2";
-};
-
-TEST_F(RecordsetShapeTest, EachParentRowHoldsExactlyItsRelatedChildRows) {
-  auto rs = query(kShape);
-  EXPECT_EQ(rows(rs, {"MS_PAJAK"}), "5; 6; 7");
+      "KD_PEMBETULAN_KE TO KD_PEMBETULAN_KE) AS d22Details2");
   std::string shape;  // each header's month, then its chapters' rows
-  for (; !rs->EndOfFile(); rs->MoveNext()) {
+  for (rs->MoveFirst(); !rs->EndOfFile(); rs->MoveNext()) {
     shape += rs->Fields("MS_PAJAK").Value().text() + ":";
     for (const char* chapter : {"d22Details1", "d22Details2"}) {
       auto lines = rs->Fields(chapter).Value().toRecordset();
       ASSERT_TRUE(lines);
       EXPECT_EQ(lines->columnCount(), 8u);
-      EXPECT_TRUE(lines->RecordCount() > 0 || (lines->BOF() && lines->EndOfFile()));
       shape += " [" + rows(lines, {"DAT_FORM"}) + "]";
     }
     shape += " ";
   }
   EXPECT_EQ(shape,
             "5: [5;2013;1; 5;2013;2] [5;2013;3] 6: [6;2013;1] [6;2013;2; 6;2013;3] 7: [] [] ");
-}
 
-TEST_F(RecordsetShapeTest, ParentAndChapterRowsAreWrittenBackToTheirTables) {
-  auto rs = query(kShape);
+  rs->MoveFirst();
   rs->Fields("DAT_FORM").Value("hdr 5 changed");
   auto lines = rs->Fields("d22Details1").Value().toRecordset();
   lines->MoveNext();
   lines->Fields("DAT_FORM").Value("5;2013;2;changed");
   lines->UpdateBatch();
   rs->UpdateBatch();
-  EXPECT_EQ(scalar("SELECT DAT_FORM FROM DAT_SSP_PPh22 WHERE MS_PAJAK = 5").text(),
-            "hdr 5 changed");
-  EXPECT_EQ(scalar("SELECT DAT_FORM FROM LAMPIRAN_SSP_PPh22 WHERE MS_PAJAK = 5 AND SEQ = 2").text(),
-            "5;2013;2;changed");
-  EXPECT_EQ(count("SELECT COUNT(*) FROM LAMPIRAN_SSP_PPh22 WHERE DAT_FORM LIKE '%changed'"), 1);
+  EXPECT_EQ(rows(query("SELECT * FROM DAT_SSP_PPh22 ORDER BY MS_PAJAK"), {"DAT_FORM"}),
+            "hdr 5 changed; hdr 6; hdr 7");
+  EXPECT_EQ(rows(query("SELECT * FROM LAMPIRAN_SSP_PPh22 WHERE DAT_FORM LIKE '%changed'"),
+                 {"MS_PAJAK", "SEQ"}),
+            "5 2");
 }
 
 }  // namespace

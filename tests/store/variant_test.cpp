@@ -8,6 +8,7 @@
 #include <string>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include "korvane/store/error.hpp"
 
@@ -34,103 +35,82 @@ long errorOf(F&& action) {
 
 Variant int16(std::int16_t value) { return Variant(value); }
 
-using Gives = std::pair<Variant, double>;
-using Raises = std::pair<Variant, long>;
-
-template <std::size_t N, std::size_t M>
-void expectConversions(double (*convert)(const Variant&), const Gives (&gives)[N],
-                       const Raises (&raises)[M]) {
-  for (const auto& [value, number] : gives) {
-    double result = 0;
-    EXPECT_EQ(errorOf([&] { result = convert(value); }), kNoError) << value.text();
-    EXPECT_EQ(result, number) << value.text();
-  }
-  for (const auto& [value, error] : raises) {
-    EXPECT_EQ(errorOf([&] { convert(value); }), error) << value.text();
-  }
-}
-
-TEST(VariantTest, ToInt16RoundsHalfToEvenAndRaisesOverflowOutsideRange) {
-  const Gives gives[] = {{32767, 32767},  {-32768, -32768}, {2.5, 2},      {3.5, 4},
-                         {-2.5, -2},      {1.5, 2},         {2.4, 2},      {32767.4, 32767},
-                         {int16(-7), -7}, {"12", 12},       {"  7 ", 7},   {"2.5", 2},
-                         {true, -1},      {false, 0},       {Variant(), 0}};
-  const Raises raises[] = {
-      {32768, kOverflow}, {-32769, kOverflow}, {32767.5, kOverflow}, {std::nan(""), kOverflow},
-      {Null, kNullUse},   {"abc", kMismatch},  {"", kMismatch}};
-  expectConversions([](const Variant& v) -> double { return v.toInt16(); }, gives, raises);
-}
-
-TEST(VariantTest, ToInt32RoundsHalfToEvenAndRaisesOverflowOutsideRange) {
+// Each conversion: the numbers values give, and the errors others raise.
+TEST(VariantTest, ConversionsRoundHalfToEvenOrDownAndRaiseOverflowMismatchOrNullUse) {
   constexpr double kMax = 2147483647, kMin = -2147483648.0;
-  const Gives gives[] = {{kMax, kMax}, {kMin, kMin},         {40000, 40000}, {2.5, 2},
-                         {3.5, 4},     {"-123456", -123456}, {true, -1}};
-  const Raises raises[] = {
-      {kMax + 1, kOverflow}, {kMin - 1, kOverflow}, {Null, kNullUse}, {"12abc", kMismatch}};
-  expectConversions([](const Variant& v) -> double { return v.toInt32(); }, gives, raises);
-}
-
-TEST(VariantTest, ToDoubleFollowsBasicConversions) {
-  const Gives gives[] = {{"12.5", 12.5}, {"  12.5  ", 12.5},   {"-3", -3}, {"1E3", 1000},
-                         {int16(5), 5},  {70000, 70000},       {true, -1}, {false, 0},
-                         {Variant(), 0}, {Date(1900, 1, 1), 2}};
-  // clang-format off
-  const Raises raises[] = {{Null, kNullUse},   {"abc", kMismatch},         {"1,5", kMismatch},
-                           {"", kMismatch},    {RecordsetPtr(), kMismatch}};
+  const struct {
+    const char* name;
+    double (*convert)(const Variant&);
+    std::vector<std::pair<Variant, double>> gives;
+    std::vector<std::pair<Variant, long>> raises;
+  } cases[] = {
+      // clang-format off
+      {"toInt16", [](const Variant& v) -> double { return v.toInt16(); },
+       {{32767, 32767}, {-32768, -32768}, {2.5, 2}, {3.5, 4}, {-2.5, -2}, {2.4, 2},
+        {32767.4, 32767}, {int16(-7), -7}, {"  7 ", 7}, {"2.5", 2}, {true, -1}, {false, 0},
+        {Variant(), 0}},
+       {{32768, kOverflow}, {-32769, kOverflow}, {32767.5, kOverflow}, {std::nan(""), kOverflow},
+        {Null, kNullUse}, {"abc", kMismatch}, {"", kMismatch}}},
+      {"toInt32", [](const Variant& v) -> double { return v.toInt32(); },
+       {{kMax, kMax}, {kMin, kMin}, {40000, 40000}, {2.5, 2}, {3.5, 4}, {"-123456", -123456}},
+       {{kMax + 1, kOverflow}, {kMin - 1, kOverflow}, {Null, kNullUse}, {"12abc", kMismatch}}},
+      {"toDouble", [](const Variant& v) { return v.toDouble(); },
+       {{"  12.5  ", 12.5}, {"1E3", 1000}, {int16(5), 5}, {70000, 70000}, {true, -1},
+        {Variant(), 0}, {Date(1900, 1, 1), 2}},
+       {{Null, kNullUse}, {"1,5", kMismatch}, {"", kMismatch}, {RecordsetPtr(), kMismatch}}},
+      {"toBool", [](const Variant& v) -> double { return v.toBool(); },
+       {{0, false}, {0.5, true}, {"fALSE", false}, {" TRUE ", true}, {"0", false}, {"-1", true},
+        {Variant(), false}},
+       {{"yes", kMismatch}, {Null, kNullUse}}},
+      // Towards minus infinity; numbers through the double overload, the rest the Variant one.
+      {"Int", [](const Variant& v) { return v.isNumeric() ? Int(v.toDouble()) : Int(v); },
+       {{1234.75, 1234}, {-0.5, -1}, {-1500.0, -1500}, {"12.7", 12}, {Variant(), 0}},
+       {{Null, kNullUse}, {"x", kMismatch}}}};
   // clang-format on
-  expectConversions([](const Variant& v) { return v.toDouble(); }, gives, raises);
-}
-
-TEST(VariantTest, ToBoolAcceptsNumbersAndTrueFalseText) {
-  const Gives gives[] = {{1, true},          {0, false},       {0.5, true},  {"True", true},
-                         {"fALSE", false},   {" TRUE ", true}, {"0", false}, {"-1", true},
-                         {Variant(), false}, {true, true}};
-  const Raises raises[] = {{"yes", kMismatch}, {Null, kNullUse}};
-  expectConversions([](const Variant& v) -> double { return v.toBool(); }, gives, raises);
-}
-
-TEST(VariantTest, IntRoundsTowardsMinusInfinity) {
-  const Gives gives[] = {{1234.75, 1234},  {-0.5, -1},   {1500.99, 1500},
-                         {-1500.0, -1500}, {"12.7", 12}, {Variant(), 0}};
-  const Raises raises[] = {{Null, kNullUse}, {"x", kMismatch}};
-  // Numbers go through the double overload, the rest through the Variant one.
-  expectConversions([](const Variant& v) { return v.isNumeric() ? Int(v.toDouble()) : Int(v); },
-                    gives, raises);
-}
-
-// Null and a recordset have text "" but no string.
-TEST(VariantTest, TextAndToString) {
-  const std::pair<Variant, std::string> cases[] = {
-      {Variant(), ""},      {true, "True"},         {false, "False"},
-      {1500.0, "1500"},     {int16(-12), "-12"},    {15000.015, "15000.015"},
-      {2000000, "2000000"}, {"O'Brien", "O'Brien"}, {Date(2013, 3, 5), "05/03/2013"}};
-  for (const auto& [value, text] : cases) {
-    EXPECT_EQ(value.text(), text);
-    EXPECT_EQ(value.toString(), text);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    for (const auto& [value, number] : c.gives) {
+      double result = 0;
+      EXPECT_EQ(errorOf([&] { result = c.convert(value); }), kNoError) << value.text();
+      EXPECT_EQ(result, number) << value.text();
+    }
+    for (const auto& [value, error] : c.raises) {
+      EXPECT_EQ(errorOf([&] { c.convert(value); }), error) << value.text();
+    }
   }
-  EXPECT_EQ(Variant(Null).text(), "");
-  EXPECT_EQ(errorOf([] { Variant(Null).toString(); }), kNullUse);
-  EXPECT_EQ(Variant(RecordsetPtr()).text(), "");
-  EXPECT_EQ(errorOf([] { Variant(RecordsetPtr()).toString(); }), kMismatch);
 }
 
-TEST(VariantTest, TypesAndEquality) {
+// Each value's type, the kind it counts as, and its text, which is also its string but for Null
+// (Invalid use of Null) and a recordset (Type mismatch).
+TEST(VariantTest, TypesKindsTextsAndEquality) {
   using T = VariantType;
   // clang-format off
-  const std::pair<Variant, VariantType> types[] = {
-      {5L, T::Long},   {-2147483648LL, T::Long}, {2147483648LL, T::Double}, {int16(1), T::Integer},
-      {1, T::Long},    {1.5, T::Double},         {"1", T::String},          {Date(), T::Date},
-      {RecordsetPtr(), T::Recordset}};
+  const struct {
+    Variant value;
+    VariantType type;
+    const char* kind;
+    const char* text;
+  } cases[] = {
+      {Variant(), T::Empty, "empty", ""},          {Null, T::Null, "null", ""},
+      {true, T::Boolean, "numeric", "True"},       {false, T::Boolean, "numeric", "False"},
+      {int16(-12), T::Integer, "numeric", "-12"},  {2000000, T::Long, "numeric", "2000000"},
+      {-2147483648LL, T::Long, "numeric", "-2147483648"},
+      {2147483648LL, T::Double, "numeric", "2147483648"},
+      {1500.0, T::Double, "numeric", "1500"},      {"O'Brien", T::String, "text", "O'Brien"},
+      {Date(2013, 3, 5), T::Date, "", "05/03/2013"}, {RecordsetPtr(), T::Recordset, "", ""}};
   // clang-format on
-  for (const auto& [value, type] : types) EXPECT_EQ(value.type(), type) << value.text();
-  EXPECT_EQ(Variant(3000000000LL).toDouble(), 3000000000.0);
-  EXPECT_TRUE(Variant().isEmpty());
-  EXPECT_TRUE(Variant(Null).isNull());
-  EXPECT_TRUE(Variant(true).isNumeric());
-  EXPECT_TRUE(Variant(1.5).isNumeric());
-  EXPECT_FALSE(Variant("1").isNumeric());
-  EXPECT_TRUE(Variant("1").isText());
-  EXPECT_FALSE(Variant(Date()).isNumeric());
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.value.text());
+    const Variant& v = c.value;
+    EXPECT_EQ(v.type(), c.type);
+    EXPECT_EQ(std::string(v.isEmpty() ? "empty" : "") + (v.isNull() ? "null" : "") +
+                  (v.isNumeric() ? "numeric" : "") + (v.isText() ? "text" : ""),
+              c.kind);
+    EXPECT_EQ(v.text(), c.text);
+    EXPECT_EQ(v.isNull() || c.type == T::Recordset ? c.text : v.toString(), c.text);
+  }
+  EXPECT_EQ(errorOf([] { Variant(Null).toString(); }), kNullUse);
+  EXPECT_EQ(errorOf([] { Variant(RecordsetPtr()).toString(); }), kMismatch);
   EXPECT_EQ(Variant("x").toRecordset(), nullptr);
   EXPECT_EQ(Variant(RecordsetPtr()).toRecordset(), nullptr);
   // Equal needs the same type and value.
@@ -152,11 +132,9 @@ TEST(VariantTest, NumberTextAndParseNumber) {
     double value;
     const char* text;
   } cases[] = {
-      {1500, "1500"},       {15000.015, "15000.015"},   {0.3, "0.3"},         {1.875, "1.875"},
-      {-0.5, "-0.5"},       {1e14, "100000000000000"},  {0.1 + 0.2, "0.3"},   {0, "0"},
-      {-0.0, "0"},          {2.0 / 3.0, "0.666666666666667"},                 {100, "100"},
-      {-1234.5, "-1234.5"}, {0.00001, "0.00001"},       {0.000001, "1E-06"},  {1.5e20, "1.5E+20"},
-      {1e300, "1E+300"},    {123456.789, "123456.789"}, {-2e-300, "-2E-300"}, {kInf, "Inf"},
+      {1500, "1500"},       {15000.015, "15000.015"}, {1e14, "100000000000000"}, {0.1 + 0.2, "0.3"},
+      {-0.0, "0"},          {2.0 / 3.0, "0.666666666666667"},               {0.00001, "0.00001"},
+      {0.000001, "1E-06"},  {1.5e20, "1.5E+20"},      {-2e-300, "-2E-300"},  {kInf, "Inf"},
       {-kInf, "-Inf"},      {std::numeric_limits<double>::quiet_NaN(), "NaN"}};
   // clang-format on
   for (const auto& c : cases) {
@@ -167,23 +145,21 @@ TEST(VariantTest, NumberTextAndParseNumber) {
     ASSERT_TRUE(parseNumber(c.text, back));
     EXPECT_DOUBLE_EQ(back, c.value);
   }
-
-  const struct {
-    const char* text;
-    double expected;
-  } accepted[] = {{"12", 12},      {" 12.5 ", 12.5}, {"-0.5", -0.5},  {"+3", 3},
-                  {".5", 0.5},     {"5.", 5},        {"1e3", 1000},   {"1.5E+20", 1.5e20},
-                  {"1E-06", 1e-6}, {"\t7\t", 7},     {"000123", 123}, {"1e-400", 0}};
-  for (const auto& c : accepted) {
+  // Blanks around, a sign, a bare point either side, leading zeros; too small is 0, too large
+  // is refused. A refused text leaves the number alone.
+  const std::pair<const char*, double> accepted[] = {{" 12.5 ", 12.5}, {"+3", 3},     {".5", 0.5},
+                                                     {"5.", 5},        {"1e3", 1000}, {"\t7\t", 7},
+                                                     {"000123", 123},  {"1e-400", 0}};
+  for (const auto& [text, expected] : accepted) {
     double result = -99;
-    EXPECT_TRUE(parseNumber(c.text, result)) << c.text;
-    EXPECT_DOUBLE_EQ(result, c.expected) << c.text;
+    EXPECT_TRUE(parseNumber(text, result)) << text;
+    EXPECT_DOUBLE_EQ(result, expected) << text;
   }
-  for (const char* text : {"", " ", "1,5", "12abc", "0,3", "abc", "-", ".", "1e", "1 2", "--1",
-                           "1e+", "e5", "1.2.3", "$5", "1e400", "inf", "nan"}) {
+  for (const char* text : {"", " ", "1,5", "12abc", "-", ".", "1e", "1 2", "--1", "e5", "1.2.3",
+                           "$5", "1e400", "inf", "nan"}) {
     double result = 42;
     EXPECT_FALSE(parseNumber(text, result)) << text;
-    EXPECT_EQ(result, 42) << text;  // left alone
+    EXPECT_EQ(result, 42) << text;
   }
 }
 
@@ -206,9 +182,9 @@ TEST(VariantTest, DatesParseBothFormsAndValidateTheCalendar) {
     EXPECT_TRUE(Date::tryParse(c.text, out));
     EXPECT_EQ(out, c.expected);
   }
-  for (const char* text : {"31/02/2013", "29/02/2013", "", "05/13/2013", "00/01/2013", "2013/03/05",
-                           "5-3-2013", "05/03/13", "abc", "2013-02-30", "05/03/2013x",
-                           "2013-03-05X", "2013-03-05 noon", "123/1/2013"}) {
+  for (const char* text :
+       {"31/02/2013", "29/02/2013", "", "05/13/2013", "00/01/2013", "2013/03/05", "5-3-2013",
+        "05/03/13", "2013-02-30", "05/03/2013x", "2013-03-05 noon", "123/1/2013"}) {
     SCOPED_TRACE(text);
     EXPECT_EQ(errorOf([&] { Date::parse(text); }), kMismatch);
     Date out(2000, 1, 1);
@@ -216,12 +192,10 @@ TEST(VariantTest, DatesParseBothFormsAndValidateTheCalendar) {
     EXPECT_EQ(out, Date(2000, 1, 1));
   }
 
-  EXPECT_EQ(march5.text(), "05/03/2013");
   EXPECT_EQ(march5.iso(), "2013-03-05");
   EXPECT_EQ(Date().text(), "30/12/1899");
   EXPECT_TRUE(Date().valid());
   EXPECT_FALSE(Date(2013, 2, 31).valid());
-  EXPECT_TRUE(Date::today().valid());
   EXPECT_EQ(Variant("05/03/2013").toDate(), march5);
   EXPECT_EQ(Variant().toDate(), Date());
   EXPECT_EQ(Variant(2.0).toDate(), Date(1900, 1, 1));
