@@ -165,11 +165,14 @@ struct RowKey {
 };
 struct RowKeyHash {
   std::size_t operator()(const RowKey& key) const noexcept {
-    std::size_t hash = std::hash<const void*>()(key.form);
-    for (std::string_view part : {key.number, key.packed}) {
+    // The number and the packed text's length and first characters tell rows apart well
+    // enough; equality still compares the whole key.
+    std::size_t hash = std::hash<const void*>()(key.form) ^ key.packed.size();
+    const auto mix = [&hash](std::string_view part) {
       for (char c : part) hash = hash * 131 + static_cast<unsigned char>(upperAscii(c));
-      hash = hash * 131 + 0x1f;
-    }
+    };
+    mix(key.number);
+    mix(key.packed.substr(0, 48));
     return hash;
   }
 };
@@ -323,15 +326,15 @@ void CEksporBP::pEksporPPh(const std::string& sNPWP, std::int16_t iKodePasal,
     std::vector<Variant> fields;
     for (long i = 0; i < selected; ++i) {
       const auto row = static_cast<std::size_t>(i);
-      const std::string code = rows->cell(row, kdForm).text();
-      const RowForm* form = findRowForm(code);
+      const RowForm* form = findRowForm(textOf(row, kdForm));
       if (!form) continue;
       std::size_t source = row;
       if (auto key = keyOf(row, *form)) source = firstOfKey.try_emplace(*key, row).first->second;
       FormReader& formReader = readerFor(*form);
       formReader.reader.read(source, fields, &formReader.wanted);
 
-      line = code + periodCells;
+      line.assign(form->formCode);
+      line += periodCells;
       for (std::size_t c = 0; c < form->cells.size(); ++c) {
         const long position = formReader.positions[c];
         if (position >= 0) {
@@ -342,7 +345,9 @@ void CEksporBP::pEksporPPh(const std::string& sNPWP, std::int16_t iKodePasal,
         line += ';';
       }
       // A record stays on one line whatever its values hold.
-      std::erase_if(line, [](char c) { return c == '\r' || c == '\n'; });
+      if (line.find('\r') != std::string::npos || line.find('\n') != std::string::npos) {
+        std::erase_if(line, [](char c) { return c == '\r' || c == '\n'; });
+      }
       file << line << "\r\n";
     }
     file.close();
