@@ -15,8 +15,6 @@
 namespace korvane {
 namespace {
 
-constexpr const char* kName = "PT MAJU JAYA";
-constexpr const char* kAddress = "JL. SUDIRMAN 1 JAKARTA";
 constexpr const char* kCollector = "Pemungut";
 constexpr const char* kNotCollector = "Bukan Pemungut";
 constexpr const char* kNoNpwp = "000000000000000";

@@ -19,9 +19,10 @@ namespace korvane {
 namespace {
 
 constexpr const char* kInjected = "disk I/O error (injected)";
-constexpr const char* kTaxpayer = "012345678901000";  // the fixture's
-constexpr const char* kName = "PT MAJU JAYA";
-constexpr const char* kAddress = "JL. SUDIRMAN 1 JAKARTA";
+using testing::StoreTest;
+constexpr const char* kTaxpayer = StoreTest::kNpwp;
+constexpr const char* kName = StoreTest::kName;
+constexpr const char* kAddress = StoreTest::kAddress;
 constexpr const char* kNumber = "000001/PPH22";
 constexpr const char* kNttp = "NT-1";
 const Date kToday(2013, 6, 15);

@@ -23,17 +23,6 @@ RecordsetPtr packedRows(const std::vector<std::string>& texts) {
   return rs;
 }
 
-// The error an action raises: its number and description.
-template <typename F>
-std::pair<long, std::string> errorOf(F&& action) {
-  try {
-    action();
-  } catch (const Error& e) {
-    return {e.number(), e.description()};
-  }
-  return {0, "no error"};
-}
-
 Variant int16(std::int16_t value) { return Variant(value); }
 
 // The current row's values, type and all (Null for Null).

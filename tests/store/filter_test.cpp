@@ -12,11 +12,13 @@
 #include <vector>
 
 #include "korvane/store/error.hpp"
+#include "support/store_fixture.hpp"
 
 namespace korvane::store {
 namespace {
 
 using Row = std::vector<Variant>;
+using testing::errorOf;
 
 const std::vector<std::string> kColumns = {"KD_FORM", "NOBUKTI", "NAMA_KOMODITI", "COLLNO",
                                            "NAMA",    "TARIF",   "TGL",           "KET",
@@ -37,17 +39,6 @@ std::unique_ptr<Filter> boundFilter(std::string_view criteria) {
   auto filter = Filter::parse(criteria);
   filter->bind(columnIndex);
   return filter;
-}
-
-// The error an action raises: its number and description.
-template <typename F>
-std::pair<long, std::string> errorOf(F&& action) {
-  try {
-    action();
-  } catch (const Error& e) {
-    return {e.number(), e.description()};
-  }
-  return {0, ""};
 }
 
 // The description of the syntax error the criteria raise ("" if they parse).

@@ -204,6 +204,15 @@ void StoreTest::TearDown() {
 // arrangement fails the test instead of passing silently.
 void StoreTest::exec(const std::string& sql) { direct_->execute(sql); }
 
+std::string StoreTest::rowOf(const std::string& sql) {
+  auto rs = query(sql);
+  std::string out;
+  for (std::size_t i = 0; !rs->EndOfFile() && i < rs->columnCount(); ++i) {
+    out += (i ? "|" : "") + rs->Fields(i).Value().text();
+  }
+  return out;
+}
+
 RecordsetPtr StoreTest::query(const std::string& sql) { return Recordset::open(direct_, sql); }
 
 Variant StoreTest::scalar(const std::string& sql) {

@@ -30,6 +30,12 @@ const char* testStoreName(TestStore store) noexcept;
 std::string fileText(const std::filesystem::path& path);
 
 class StoreTest : public ::testing::Test {
+ public:
+  // The taxpayer profile most tests use.
+  static constexpr const char* kNpwp = "012345678901000";
+  static constexpr const char* kName = "PT MAJU JAYA";
+  static constexpr const char* kAddress = "JL. SUDIRMAN 1 JAKARTA";
+
  protected:
   void SetUp() override;
   void TearDown() override;
@@ -64,8 +70,10 @@ class StoreTest : public ::testing::Test {
     return object;
   }
 
-  // The taxpayer profile most tests use.
-  static constexpr const char* kNpwp = "012345678901000";
+  // The first row a query returns as "column|column|..." ("" when there is none).
+  std::string rowOf(const std::string& sql);
+
+  // Inserts the taxpayer profile most tests use (kNpwp, kName, kAddress).
   void insertProfile(const std::string& jenisWp = "Pemungut");
 
  private:
@@ -77,5 +85,16 @@ class StoreTest : public ::testing::Test {
   std::shared_ptr<std::vector<MessageBoxRequest>> messages_;
   std::shared_ptr<store::Connection> direct_;
 };
+
+// The error an action raises: its number and description ({0, ""} when it raises none).
+template <typename F>
+std::pair<long, std::string> errorOf(F&& action) {
+  try {
+    action();
+  } catch (const Error& e) {
+    return {e.number(), e.description()};
+  }
+  return {0, ""};
+}
 
 }  // namespace korvane::testing

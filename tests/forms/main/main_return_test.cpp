@@ -13,9 +13,6 @@
 namespace korvane {
 namespace {
 
-constexpr const char* kName = "PT MAJU JAYA";
-constexpr const char* kAddress = "JL. SUDIRMAN 1 JAKARTA";
-
 using Rows = std::vector<std::string>;
 
 // The amount lines in packed order, with what the round trip saves in each.

@@ -11,8 +11,6 @@
 namespace korvane {
 namespace {
 
-constexpr const char* kName = "PT MAJU JAYA";
-constexpr const char* kAddress = "JL. SUDIRMAN 1 JAKARTA";
 const Date kToday(2013, 6, 10);
 const std::string kIdentity = "012345678901000;PT MAJU JAYA;JL. SUDIRMAN 1 JAKARTA;";
 
@@ -33,15 +31,6 @@ class ImportListFixture : public testing::StoreTest {
                            tax, seq, form);
   }
 
-  // The first row a query returns as "column|column|...".
-  std::string rowOf(const std::string& sql) {
-    auto rs = query(sql);
-    std::string out;
-    for (std::size_t i = 0; !rs->EndOfFile() && i < rs->columnCount(); ++i) {
-      out += (i ? "|" : "") + rs->Fields(i).Value().text();
-    }
-    return out;
-  }
   std::string headerText(const std::string& form) {
     return rowOf("SELECT DAT_FORM FROM DAT_SSP_PPh22 WHERE KD_FORM = '" + form +
                  "' AND MS_PAJAK = 5");

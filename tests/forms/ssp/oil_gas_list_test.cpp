@@ -11,8 +11,6 @@
 namespace korvane {
 namespace {
 
-constexpr const char* kName = "PT MAJU JAYA";
-constexpr const char* kAddress = "JL. SUDIRMAN 1 JAKARTA";
 const Date kToday(2013, 6, 10);
 
 // A recordset as "<rows>:<field of its current row>", "none" when there is none.
@@ -40,16 +38,6 @@ class CD113202Test : public testing::StoreTest {
     list.pCreateD113202Hdr(5, 2013, 0, collection, nttp, "023456789012000", "JL. THAMRIN 2",
                            "PT PEMBELI", Date(2013, 5, 20), commodity, gross, gross * 3 / 1000,
                            seq);
-  }
-
-  // The first row of a query as "column|column|...".
-  std::string rowOf(const std::string& sql) {
-    auto rs = query(sql);
-    std::string out;
-    for (std::size_t i = 0; !rs->EndOfFile() && i < rs->columnCount(); ++i) {
-      out += (i ? "|" : "") + rs->Fields(i).Value().text();
-    }
-    return out;
   }
 };
 

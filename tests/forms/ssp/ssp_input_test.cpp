@@ -21,8 +21,6 @@
 namespace korvane {
 namespace {
 
-constexpr const char* kName = "PT MAJU JAYA";
-constexpr const char* kAddress = "JL. SUDIRMAN 1 JAKARTA";
 const Date kToday(2013, 6, 10);
 const std::string kSeller = "012345678901000;PT MAJU JAYA;JL. SUDIRMAN 1 JAKARTA;";
 const std::string kBuyer = "023456789012000;PT PEMBELI;JL. THAMRIN 2;";
