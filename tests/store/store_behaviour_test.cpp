@@ -185,6 +185,7 @@ TEST_F(StoreBehaviourTest, InsertedLiteralsStoreWhatTheyWriteHoweverTheyRun) {
       {"0, 1, 1E+3, 'N3', ''", "1000", ""},
       {"0, 1, 12345678901234567890, 'N4', 'a'", "1.23456789012346E+19", "a"},
       {"0, 1, -(3), 'N5', 'VALUES (1)'", "-3", "VALUES (1)"},
+      {"0, 1, 4, 'N6', CAST(X'414243' AS TEXT)", "4", "ABC"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.values);

@@ -557,6 +557,8 @@ std::optional<BoundText> withBoundLiterals(std::string_view sql) {
   for (std::size_t at = 0; at < sql.size();) {
     const char c = sql[at];
     if (c == '\'') {
+      // A blob literal (X'00') is not text.
+      if (at > 0 && isWordChar(sql[at - 1])) return std::nullopt;
       std::string text;
       std::size_t end = at + 1;
       for (;; ++end) {
