@@ -1006,7 +1006,7 @@ void Connection::begin() {
   }
   try {
     if (depth_ > 0) {
-      executeDirectly("SAVEPOINT " + savepointName(depth_));
+      if (nestsWithSavepoints()) executeDirectly("SAVEPOINT " + savepointName(depth_));
     } else {
       session_->begin();
     }
@@ -1024,7 +1024,7 @@ void Connection::commit() {
   }
   try {
     if (depth_ > 1) {
-      executeDirectly("RELEASE SAVEPOINT " + savepointName(depth_ - 1));
+      if (nestsWithSavepoints()) executeDirectly("RELEASE SAVEPOINT " + savepointName(depth_ - 1));
     } else {
       session_->commit();
     }
@@ -1040,9 +1040,11 @@ void Connection::rollback() noexcept {
   if (!session_) return;
   try {
     if (depth_ > 1) {
-      const auto name = savepointName(depth_ - 1);
-      executeDirectly("ROLLBACK TO SAVEPOINT " + name);
-      executeDirectly("RELEASE SAVEPOINT " + name);
+      if (nestsWithSavepoints()) {
+        const auto name = savepointName(depth_ - 1);
+        executeDirectly("ROLLBACK TO SAVEPOINT " + name);
+        executeDirectly("RELEASE SAVEPOINT " + name);
+      }
     } else {
       session_->rollback();
     }

@@ -66,6 +66,10 @@ class Connection {
   // A transaction around a recordset's batch write-back, so that a conflict part-way leaves
   // the store as it was. rollback() never throws: it runs while another failure is under way.
   // A begin() inside another opens a savepoint; its commit() or rollback() ends only that.
+  // Except on PostgreSQL through ODBC: its driver wraps every statement in a savepoint of its
+  // own and releases it afterwards, which drops any savepoint the statement opened. There an
+  // inner begin() joins the outer transaction, and an inner failure is undone with it (the
+  // operations that nest, the import, roll the whole transaction back on any failure).
   void begin();
   void commit();
   void rollback() noexcept;
@@ -75,6 +79,7 @@ class Connection {
   Connection() = default;
   std::string prepare(const std::string& sql);
   static std::string savepointName(int depth);
+  bool nestsWithSavepoints() const noexcept { return embedded_ || dialect_ != Dialect::PostgreSQL; }
   void executeDirectly(const std::string& sql);
 
   std::unique_ptr<soci::session> session_;
