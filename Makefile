@@ -7,7 +7,7 @@ FUZZ_BUILD ?= build-fuzz
 BENCH_BUILD ?= build-bench
 JOBS       ?= $(shell nproc)
 CMAKE_FLAGS ?=
-FUZZ_TARGETS ?= companion filter shape connection dialect import
+FUZZ_TARGETS ?= companion filter shape connection dialect import literals
 FUZZ_SECONDS ?= 60
 
 .PHONY: all deps build demo test test-plain test-sanitize test-fuzz fuzz fuzz-build bench install \

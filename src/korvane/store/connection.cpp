@@ -17,6 +17,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "korvane/store/bound_literals.hpp"
 #include "korvane/store/error.hpp"
 #include "korvane/store/schema.hpp"
 #include "korvane/store/text.hpp"
@@ -513,118 +514,6 @@ Variant readValue(sqlite3_stmt* statement, int column, ReadAs as) {
   return Null;
 }
 
-// A statement with its literal values taken out: its text with "?" for each, and the values.
-// SQLite spends most of a short statement parsing it, and the operations issue thousands that
-// differ in their values only (a period's copy, an import); bound to one prepared text they are
-// parsed once. Only the values of a statement are taken (after WHERE of a query, up to its
-// ORDER BY, GROUP BY, HAVING or LIMIT; the value list of an INSERT; after SET of an UPDATE; after
-// WHERE of a DELETE), never what names a result column, and only literals that bind to exactly
-// what they stand for: text and whole numbers. Anything unusual leaves the statement as written.
-struct BoundText {
-  struct Value {
-    bool isText = false;
-    long long integer = 0;
-    std::string text;
-  };
-  std::string shape;
-  std::vector<Value> values;
-};
-
-std::optional<BoundText> withBoundLiterals(std::string_view sql) {
-  const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-  const auto isWordChar = [&](char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == '$' || isDigit(c);
-  };
-  std::string_view start;
-  static constexpr std::string_view kQueryEnds[] = {"ORDER", "GROUP", "HAVING", "LIMIT"};
-  const auto firstWord = sql.substr(0, sql.find(' '));
-  if (equalsIgnoringCase(firstWord, "SELECT") || equalsIgnoringCase(firstWord, "DELETE")) {
-    start = "WHERE";
-  } else if (equalsIgnoringCase(firstWord, "INSERT")) {
-    start = "VALUES";
-  } else if (equalsIgnoringCase(firstWord, "UPDATE")) {
-    start = "SET";
-  } else {
-    return std::nullopt;
-  }
-  const bool query = equalsIgnoringCase(firstWord, "SELECT");
-
-  BoundText bound;
-  bound.shape.reserve(sql.size());
-  bool inValues = false;
-  bool afterLike = false;  // the last word was LIKE or GLOB
-  int depth = 0;
-  for (std::size_t at = 0; at < sql.size();) {
-    const char c = sql[at];
-    if (c == '\'') {
-      // A blob literal (X'00') is not text.
-      if (at > 0 && isWordChar(sql[at - 1])) return std::nullopt;
-      std::string text;
-      std::size_t end = at + 1;
-      for (;; ++end) {
-        if (end >= sql.size()) return std::nullopt;
-        if (sql[end] != '\'') {
-          text += sql[end];
-        } else if (end + 1 < sql.size() && sql[end + 1] == '\'') {
-          text += '\'';
-          ++end;
-        } else {
-          break;
-        }
-      }
-      // A bound LIKE pattern would have SQLite plan the statement anew for each value.
-      if (inValues && !afterLike) {
-        bound.shape += '?';
-        bound.values.push_back({true, 0, std::move(text)});
-      } else {
-        bound.shape.append(sql, at, end + 1 - at);
-      }
-      at = end + 1;
-    } else if (isDigit(c)) {
-      std::size_t end = at;
-      while (end < sql.size() && isDigit(sql[end])) ++end;
-      // Decimals, exponents and numbers beyond a whole 64-bit value stay as written.
-      if (end < sql.size() && (isWordChar(sql[end]) || sql[end] == '.')) return std::nullopt;
-      if (inValues && end - at <= 18) {
-        bound.shape += '?';
-        BoundText::Value value;
-        value.integer = std::strtoll(std::string(sql.substr(at, end - at)).c_str(), nullptr, 10);
-        bound.values.push_back(std::move(value));
-      } else {
-        bound.shape.append(sql, at, end - at);
-      }
-      at = end;
-    } else if (isWordChar(c)) {
-      std::size_t end = at;
-      while (end < sql.size() && isWordChar(sql[end])) ++end;
-      const std::string_view word = sql.substr(at, end - at);
-      if (depth == 0 && !inValues && equalsIgnoringCase(word, start)) inValues = true;
-      if (depth == 0 && inValues && query) {
-        for (auto stop : kQueryEnds) {
-          if (equalsIgnoringCase(word, stop)) inValues = false;
-        }
-      }
-      bound.shape.append(word);
-      afterLike = equalsIgnoringCase(word, "LIKE") || equalsIgnoringCase(word, "GLOB");
-      at = end;
-      continue;
-    } else {
-      // Quoted names, comments, parameters and stray bytes are left to the store as written.
-      const char next = at + 1 < sql.size() ? sql[at + 1] : '\0';
-      if (c == '"' || c == '`' || c == '[' || c == '?' || c == ':' || c == '@' || c == '\0' ||
-          (c == '.' && isDigit(next)) || (c == '-' && next == '-') || (c == '/' && next == '*')) {
-        return std::nullopt;
-      }
-      if (c == '(') ++depth;
-      if (c == ')') --depth;
-      bound.shape += c;
-      ++at;
-    }
-  }
-  if (bound.values.empty()) return std::nullopt;
-  return bound;
-}
-
 // Binds the values a BoundText took out of its statement.
 int bindValues(sqlite3_stmt* statement, const std::vector<BoundText::Value>& values) {
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -674,7 +563,9 @@ class EmbeddedStore {
     std::optional<Lease> lease;
     if (bound) {
       lease.emplace(*this, bound->shape, /*mayFail=*/true);
-      if (lease->statement && bindValues(lease->statement, bound->values) != SQLITE_OK) fail();
+      if (lease->statement && bindValues(lease->statement, bound->values) != SQLITE_OK) {
+        lease.reset();
+      }
     }
     if (!lease || !lease->statement) lease.emplace(*this, sql);
     QueryResult result;
@@ -712,11 +603,11 @@ class EmbeddedStore {
   }
 
   // A statement through its shared text. False, with nothing done, when that text does not
-  // prepare: the statement then runs as written, to fail with the store's own words for it.
+  // prepare or take the values: the statement then runs as written, to fail with the store's
+  // own words for it.
   bool executeBound(const BoundText& bound) {
     Lease lease(*this, bound.shape, /*mayFail=*/true);
-    if (!lease.statement) return false;
-    if (bindValues(lease.statement, bound.values) != SQLITE_OK) fail();
+    if (!lease.statement || bindValues(lease.statement, bound.values) != SQLITE_OK) return false;
     const int rc = sqlite3_step(lease.statement);
     if (rc != SQLITE_ROW && rc != SQLITE_DONE) fail();
     return true;
