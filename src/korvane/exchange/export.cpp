@@ -186,14 +186,10 @@ struct RowKeyEqual {
 // Appends a value's text without its leading and trailing blanks.
 void appendTrimmed(std::string& line, const Variant& value) {
   std::string converted;
-  const std::string* text = value.textIf();
-  if (!text) {
-    converted = value.text();
-    text = &converted;
-  }
-  const auto begin = text->find_first_not_of(' ');
-  if (begin == std::string::npos) return;
-  line.append(*text, begin, text->find_last_not_of(' ') - begin + 1);
+  const std::string_view text = value.textView(converted);
+  const auto begin = text.find_first_not_of(' ');
+  if (begin == std::string_view::npos) return;
+  line.append(text.substr(begin, text.find_last_not_of(' ') - begin + 1));
 }
 
 // A month or year arrives as text and is spliced into the statement as a number: it must be one.
@@ -275,7 +271,7 @@ void CEksporBP::pEksporPPh(const std::string& sNPWP, std::int16_t iKodePasal,
     std::deque<std::string> convertedTexts;
     const auto textOf = [&](std::size_t row, std::size_t column) -> std::string_view {
       const Variant& value = rows->cell(row, column);
-      if (const std::string* text = value.textIf()) return *text;
+      if (const std::string* own = value.textIf()) return *own;
       return convertedTexts.emplace_back(value.text());
     };
     const auto keyOf = [&](std::size_t row, const RowForm& form) -> std::optional<RowKey> {

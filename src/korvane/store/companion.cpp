@@ -349,12 +349,7 @@ void PackedRowReader::read(std::size_t row, std::vector<Variant>& values,
   const auto isWanted = [&](std::size_t f) { return !wanted || (*wanted)[f]; };
   const auto& packedValue = rows_.cell(row, datForm_);
   std::string copy;
-  const std::string* text = packedValue.textIf();
-  if (!text) {
-    copy = packedValue.text();
-    text = &copy;
-  }
-  std::string_view rest = *text;
+  std::string_view rest = packedValue.textView(copy);
   for (std::size_t f = 0; f < fields_.size(); ++f) {
     auto end = rest.find(';');
     if (isWanted(f)) values[f] = readField(rest.substr(0, end), fields_[f].kind);

@@ -84,6 +84,12 @@ class Variant {
   RecordsetPtr toRecordset() const;  // null pointer unless the value holds a recordset
   // The text a String holds, without a copy; nullptr for any other type.
   const std::string* textIf() const noexcept { return std::get_if<std::string>(&value_); }
+  // text() without a copy when the value holds text; otherwise converted into `spare`, which
+  // must outlive the view.
+  std::string_view textView(std::string& spare) const {
+    if (const std::string* own = textIf()) return *own;
+    return spare = text();
+  }
 
   // Text of the value as a field of packed text or an export line: Null and Empty give "",
   // numbers their number text, dates "DD/MM/YYYY", booleans "True"/"False" (BASIC's CStr).

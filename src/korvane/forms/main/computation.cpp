@@ -96,12 +96,7 @@ void forEachRow(std::string_view formCode, const RecordsetPtr& rows,
   for (long r = 0; r < total; ++r) {
     const Variant& packed =
         rows->cell(static_cast<std::size_t>(r), static_cast<std::size_t>(datForm));
-    const std::string* text = packed.textIf();
-    if (!text) {
-      copy = packed.text();
-      text = &copy;
-    }
-    reader.read(*text, fields);
+    reader.read(packed.textView(copy), fields);
     for (std::size_t i = 0; i < N; ++i) amounts[i] = amountOf(fields[i]);
     visit(std::as_const(amounts));
   }
