@@ -204,6 +204,12 @@ void StoreTest::TearDown() {
 // arrangement fails the test instead of passing silently.
 void StoreTest::exec(const std::string& sql) { direct_->execute(sql); }
 
+void StoreTest::beginMay2013(const Date& today) {
+  insertProfile();
+  connected<CF113202>()->pCreateF113202Hdr(kNpwp, "F113202", "01", 5, 2013, 0, "-", "112", kName,
+                                           kAddress, today, today, "Pemungut");
+}
+
 std::string StoreTest::rowOf(const std::string& sql) {
   auto rs = query(sql);
   std::string out;

@@ -75,6 +75,9 @@ class StoreTest : public ::testing::Test {
 
   // Inserts the taxpayer profile most tests use (kNpwp, kName, kAddress).
   void insertProfile(const std::string& jenisWp = "Pemungut");
+  // The profile, and May 2013 begun for it as a host begins a period: the main return (dated
+  // `today`) and its list headers.
+  void beginMay2013(const Date& today);
 
  private:
   TestStore kind_ = TestStore::Embedded;

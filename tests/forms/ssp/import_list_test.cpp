@@ -18,10 +18,7 @@ class ImportListFixture : public testing::StoreTest {
  protected:
   void SetUp() override {
     StoreTest::SetUp();
-    insertProfile();
-    // May 2013 is begun as the main return begins a period: its list headers are there.
-    connected<CF113202>()->pCreateF113202Hdr(kNpwp, "F113202", "01", 5, 2013, 0, "-", "112", kName,
-                                             kAddress, kToday, kToday, "Pemungut");
+    beginMay2013(kToday);
   }
 
   static void writeImportRow(CD113203& list, const std::string& form, const std::string& nttp,

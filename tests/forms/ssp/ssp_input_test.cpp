@@ -82,9 +82,7 @@ class SspInputFixture : public testing::StoreTest {
  protected:
   void SetUp() override {
     StoreTest::SetUp();
-    insertProfile();
-    connected<CF113202>()->pCreateF113202Hdr(kNpwp, "F113202", "01", 5, 2013, 0, "-", "112", kName,
-                                             kAddress, kToday, kToday, "Pemungut");
+    beginMay2013(kToday);
     exec("UPDATE JENIS_KOMODITI SET TARIF_NETTO = 0.5 WHERE NAMA_KOMODITI IN ('SOLAR', 'PREMIUM')");
   }
 
