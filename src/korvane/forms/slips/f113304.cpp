@@ -7,12 +7,10 @@ namespace {
 
 using slips::MainReturnLine;
 using slips::RateKey;
-using slips::SectorSlipVariant;
 using slips::SlipTerm;
+using slips::SlipVariant;
 
 constexpr int kLines = 11;
-constexpr std::string_view kSectorNames[] = {"Semen", "Kertas", "Baja", "Otomotif", "Farmasi"};
-
 // The base form does not see the variants' numbers, each variant sees the base form's (and
 // its own): the sharing is one-sided on purpose.
 constexpr std::string_view kBaseSequence[] = {"F113303", "F113304", "F113305"};
@@ -57,6 +55,8 @@ constexpr std::string_view kRemembered[] = {
     "B46",  "B45",  "B53",  "B56", "B55", "B63", "B66", "B65",  "B73",  "B76",
     "B75",  "B83",  "B86",  "B85", "B93", "B96", "B95", "B103", "B106", "B105",
     "B113", "B116", "B115", "B62", "B72", "B82", "B92", "B102", "B112", "JmlB6"};
+// F113304A and F113304S let the user describe line 5 too (F113304 calls it "Farmasi"), so its
+// description is remembered with the others.
 constexpr std::string_view kRememberedNamingLineFive[] = {
     "B13", "B16", "B15", "B23", "B26", "B25",  "B33",  "B36",  "B35",  "B43",  "B46",
     "B45", "B53", "B56", "B55", "B63", "B66",  "B65",  "B73",  "B76",  "B75",  "B83",
@@ -101,64 +101,52 @@ constexpr MainReturnLine kMainReturnS[] = {
     {"B6a3", kLine5Base},   {"B6a4", kLine5Tax},    {"B6b3", kLine6Base}, {"B6b4", kLine6Tax},
 };
 
-constexpr SectorSlipVariant kSlipF113304{
-    .slip =
-        {
-            .formCode = "F113304",
-            .documentKind = "03",
-            .numberSequenceForms = kBaseSequence,
-            .numberCheckPerTaxpayer = false,
-            .lookupForms = kBaseForm,
-            .rateForms = kBaseForm,
-            .rateKeys = kRateKeys,
-            .ratesClearedFirst = kRates,
-            .slipDateField = "Tgl_Potong",
-            .baseFields = kBases,
-            .taxField = "JmlB6",
-            .rememberedFields = kRemembered,
-            .mainReturnLines = kMainReturn,
-        },
-    .lineFiveNamedByUser = false,
+constexpr SlipVariant kSlipF113304{
+    .formCode = "F113304",
+    .documentKind = "03",
+    .numberSequenceForms = kBaseSequence,
+    .numberCheckPerTaxpayer = false,
+    .lookupForms = kBaseForm,
+    .rateForms = kBaseForm,
+    .rateKeys = kRateKeys,
+    .ratesClearedFirst = kRates,
+    .slipDateField = "Tgl_Potong",
+    .baseFields = kBases,
+    .taxField = "JmlB6",
+    .rememberedFields = kRemembered,
+    .mainReturnLines = kMainReturn,
 };
 
-constexpr SectorSlipVariant kSlipF113304A{
-    .slip =
-        {
-            .formCode = "F113304A",
-            .documentKind = "03",
-            .numberSequenceForms = kSequenceA,
-            .numberCheckPerTaxpayer = false,
-            .lookupForms = kLookupA,
-            .rateForms = kRateFormsA,
-            .rateKeys = kRateKeysA,
-            .ratesClearedFirst = kRates,
-            .slipDateField = "Tgl_Potong",
-            .baseFields = kBases,
-            .taxField = "JmlB6",
-            .rememberedFields = kRememberedNamingLineFive,
-            .mainReturnLines = kMainReturnA,
-        },
-    .lineFiveNamedByUser = true,
+constexpr SlipVariant kSlipF113304A{
+    .formCode = "F113304A",
+    .documentKind = "03",
+    .numberSequenceForms = kSequenceA,
+    .numberCheckPerTaxpayer = false,
+    .lookupForms = kLookupA,
+    .rateForms = kRateFormsA,
+    .rateKeys = kRateKeysA,
+    .ratesClearedFirst = kRates,
+    .slipDateField = "Tgl_Potong",
+    .baseFields = kBases,
+    .taxField = "JmlB6",
+    .rememberedFields = kRememberedNamingLineFive,
+    .mainReturnLines = kMainReturnA,
 };
 
-constexpr SectorSlipVariant kSlipF113304S{
-    .slip =
-        {
-            .formCode = "F113304S",
-            .documentKind = "03",
-            .numberSequenceForms = kSequenceS,
-            .numberCheckPerTaxpayer = false,
-            .lookupForms = kLookupS,
-            .rateForms = kRateFormsS,
-            .rateKeys = kRateKeysS,
-            .ratesClearedFirst = kRates,
-            .slipDateField = "Tgl_Potong",
-            .baseFields = kBases,
-            .taxField = "JmlB6",
-            .rememberedFields = kRememberedNamingLineFive,
-            .mainReturnLines = kMainReturnS,
-        },
-    .lineFiveNamedByUser = true,
+constexpr SlipVariant kSlipF113304S{
+    .formCode = "F113304S",
+    .documentKind = "03",
+    .numberSequenceForms = kSequenceS,
+    .numberCheckPerTaxpayer = false,
+    .lookupForms = kLookupS,
+    .rateForms = kRateFormsS,
+    .rateKeys = kRateKeysS,
+    .ratesClearedFirst = kRates,
+    .slipDateField = "Tgl_Potong",
+    .baseFields = kBases,
+    .taxField = "JmlB6",
+    .rememberedFields = kRememberedNamingLineFive,
+    .mainReturnLines = kMainReturnS,
 };
 
 std::string lineField(int line, char member) { return "B" + std::to_string(line) + member; }
@@ -250,17 +238,6 @@ void SectorSlip::setLineAmount(int line, char member, const Variant& amount) {
   } else {
     store(lineField(line, '6'), base.toDouble() * (rate.toDouble() / 100) * multiplier);
   }
-}
-
-std::vector<SectorSlip::SectorLine> SectorSlip::sectorLines() const {
-  std::vector<SectorLine> lines;
-  for (int line = 1; line <= kLines; ++line) {
-    const bool named = line < 5 || (line == 5 && !sector_.lineFiveNamedByUser);
-    std::string description =
-        named ? std::string(kSectorNames[line - 1]) : value(lineField(line, '2')).text();
-    lines.push_back({std::move(description), value(lineField(line, '6'))});
-  }
-  return lines;
 }
 
 // Properties ----------------------------------------------------------------------------------

@@ -19,12 +19,6 @@
 namespace korvane {
 namespace slips {
 
-struct SectorSlipVariant {
-  SlipVariant slip;
-  // Line 5 is described by the user's B52 instead of its fixed sector name.
-  bool lineFiveNamedByUser;
-};
-
 // The implementation the three visible classes share.
 class SectorSlip : public SlipForm {
  public:
@@ -108,25 +102,13 @@ class SectorSlip : public SlipForm {
   void aB112(const std::string& value);
 
  protected:
-  explicit SectorSlip(const SectorSlipVariant& variant)
-      : SlipForm(variant.slip), sector_(variant) {}
-
-  struct SectorLine {
-    std::string description;
-    Variant tax;
-  };
-  // The eleven lines as a sector reading shows them: lines 1 to 5 under their fixed sector
-  // names (line 5 under the user's text in the variants that let the user name it), lines 6
-  // to 11 under the user's texts.
-  std::vector<SectorLine> sectorLines() const;
+  explicit SectorSlip(const SlipVariant& variant) : SlipForm(variant) {}
 
  private:
   // Member '3' base, '5' rate, '6' tax.
   void setLineAmount(int line, char member, const Variant& value);
   // 2 when NPWPLT begins with nine zeros, else 1 (no year condition in these forms).
   double lineMultiplier() const;
-
-  const SectorSlipVariant& sector_;
 };
 
 }  // namespace slips
